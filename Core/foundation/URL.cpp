@@ -1,0 +1,37 @@
+#include "Core/foundation/URL.h"
+
+namespace core {
+
+URL URL::fileURL(std::string path) {
+    while (path.size() > 1 && path.back() == '/')
+        path.pop_back();
+    return URL(std::move(path));
+}
+
+std::string URL::lastPathComponent() const {
+    auto slash = path_.rfind('/');
+    if (slash == std::string::npos || path_ == "/")
+        return path_;
+    return path_.substr(slash + 1);
+}
+
+std::string URL::pathExtension() const {
+    std::string name = lastPathComponent();
+    auto dot = name.rfind('.');
+    return dot == std::string::npos || dot == 0 ? std::string() : name.substr(dot + 1);
+}
+
+URL URL::appendingPathComponent(const std::string& component) const {
+    if (path_.empty() || path_ == "/")
+        return fileURL("/" + component);
+    return fileURL(path_ + "/" + component);
+}
+
+URL URL::deletingLastPathComponent() const {
+    auto slash = path_.rfind('/');
+    if (slash == std::string::npos)
+        return URL();
+    return fileURL(slash == 0 ? "/" : path_.substr(0, slash));
+}
+
+} // namespace core

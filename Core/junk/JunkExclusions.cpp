@@ -1,0 +1,63 @@
+#include "Core/junk/JunkExclusions.h"
+
+#include "Core/foundation/FileManager.h"
+
+#include <sys/stat.h>
+
+namespace core {
+namespace {
+
+bool exists(const URL& url) {
+    struct stat info {};
+    return ::lstat(url.path().c_str(), &info) == 0;
+}
+
+// Lists each folder from `top` down to the parent of `excluded`, keeping every entry except the
+// one that leads on down.
+std::vector<URL> siblingsAlongTheWay(const URL& top, const URL& excluded) {
+    std::vector<URL> siblings;
+    URL folder = top;
+    std::string rest = excluded.path().substr(top.path() == "/" ? 1 : top.path().size() + 1);
+    while (!rest.empty()) {
+        auto slash = rest.find('/');
+        std::string next = rest.substr(0, slash);
+        rest = slash == std::string::npos ? std::string() : rest.substr(slash + 1);
+        std::error_code error;
+        for (auto& entry : urlResources(folder, URLNameKey, error))
+            if (entry.resourceValues.name != next)
+                siblings.push_back(entry.url);
+        folder = folder.appendingPathComponent(next);
+    }
+    return siblings;
+}
+
+} // namespace
+
+bool isSameOrInside(const std::string& path, const std::string& ancestor) {
+    if (path.size() < ancestor.size() || path.compare(0, ancestor.size(), ancestor) != 0)
+        return false;
+    return path.size() == ancestor.size() || ancestor == "/" || path[ancestor.size()] == '/';
+}
+
+bool JunkExclusions::excludes(const URL& entry) const {
+    for (const auto& excluded : excluded_)
+        if (isSameOrInside(entry.path(), excluded.path()))
+            return true;
+    return false;
+}
+
+std::vector<URL> JunkExclusions::urlsWithoutExcluded(const URL& url) const {
+    const URL* shortest = nullptr;
+    for (const auto& excluded : excluded_) {
+        if (excluded.path() == url.path() || !isSameOrInside(excluded.path(), url.path()) ||
+            !exists(excluded))
+            continue;
+        if (!shortest || excluded.path().size() < shortest->path().size())
+            shortest = &excluded;
+    }
+    if (!shortest)
+        return {url};
+    return siblingsAlongTheWay(url, *shortest);
+}
+
+} // namespace core

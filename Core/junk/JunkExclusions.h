@@ -1,0 +1,33 @@
+// The paths a user excluded from a junk scan, and how a category reports a folder that has an
+// excluded file deep inside it: in pieces, leaving that file out.
+//
+// Threading: immutable after construction; reads the disk in urlsWithoutExcluded.
+#pragma once
+
+#include "Core/foundation/URL.h"
+
+#include <vector>
+
+namespace core {
+
+class JunkExclusions {
+public:
+    JunkExclusions() = default;
+    explicit JunkExclusions(std::vector<URL> excluded) : excluded_(std::move(excluded)) {}
+
+    // The entry is an excluded path or lies inside one.
+    bool excludes(const URL& entry) const;
+
+    // What to report instead of `url`: `url` itself when nothing excluded lies below it; else, for
+    // the excluded path below it with the fewest characters, every entry beside the way down from
+    // `url` to that path. Only that one excluded path shapes the pieces.
+    std::vector<URL> urlsWithoutExcluded(const URL& url) const;
+
+private:
+    std::vector<URL> excluded_;
+};
+
+// Whether `path` is `ancestor` or lies inside it, compared by whole components.
+bool isSameOrInside(const std::string& path, const std::string& ancestor);
+
+} // namespace core

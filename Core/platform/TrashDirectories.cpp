@@ -1,0 +1,52 @@
+#include "Core/platform/TrashDirectories.h"
+
+#include "Core/platform/SystemPaths.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <sys/stat.h>
+
+namespace core {
+namespace {
+
+bool isDirectory(const std::string& path) {
+    struct stat info {};
+    return ::stat(path.c_str(), &info) == 0 && S_ISDIR(info.st_mode);
+}
+
+// $XDG_DATA_HOME belongs to the real home folder; a home folder set for a scan has its own.
+std::string dataHome(const SystemPaths& paths) {
+    const char* xdg = std::getenv("XDG_DATA_HOME");
+    const char* realHome = std::getenv("HOME");
+    if (xdg && *xdg == '/' && realHome && paths.home() == realHome)
+        return xdg;
+    return paths.inHome(".local/share");
+}
+
+std::string cloudDocuments(const SystemPaths& paths) {
+    return paths.inHome("Library/Mobile Documents");
+}
+
+} // namespace
+
+std::vector<std::string> trashDirectoriesIncludingICloud() {
+    const auto& paths = SystemPaths::shared();
+    std::vector<std::string> candidates = {
+        paths.inHome(".Trash"),
+        cloudDocuments(paths) + "/com~apple~CloudDocs/.Trash",
+        dataHome(paths) + "/Trash/files",
+    };
+    std::vector<std::string> existing;
+    for (auto& candidate : candidates)
+        if (isDirectory(candidate) &&
+            std::find(existing.begin(), existing.end(), candidate) == existing.end())
+            existing.push_back(std::move(candidate));
+    return existing;
+}
+
+bool isICloudFile(const std::string& path) {
+    std::string prefix = cloudDocuments(SystemPaths::shared()) + "/";
+    return path.rfind(prefix, 0) == 0 || path + "/" == prefix;
+}
+
+} // namespace core

@@ -1,0 +1,33 @@
+#include "cli/JsonRecords.h"
+
+namespace tidewell {
+namespace {
+
+const char* ownerType(const core::App& owner) {
+    if (owner.type == core::App::Type::app)
+        return "app";
+    switch (owner.macAppID.type) {
+    case core::MacAppID::Type::bundleID:
+        return "bundleID";
+    case core::MacAppID::Type::bundleName:
+        return "bundleName";
+    case core::MacAppID::Type::organization:
+        return "organization";
+    }
+    return "bundleID";
+}
+
+} // namespace
+
+nlohmann::json toJson(const core::File& file) {
+    return {{"path", file.url.path()}, {"size", file.size}};
+}
+
+nlohmann::json toJson(const core::AppFile& file) {
+    return {{"path", file.url.path()},
+            {"size", file.size},
+            {"kind", file.kind.key()},
+            {"owner", {{"type", ownerType(file.owner)}, {"id", file.owner.id().origin()}}}};
+}
+
+} // namespace tidewell

@@ -1,0 +1,202 @@
+// tidewell junk: runs the junk scan as the application would and reports every category.
+#include "cli/Command.h"
+#include "cli/JsonRecords.h"
+#include "cli/Terminal.h"
+
+#include "Core/foundation/SizeString.h"
+#include "Core/junk/JunkFileFinder.h"
+
+#include <atomic>
+#include <iostream>
+#include <sstream>
+
+namespace tidewell {
+namespace {
+
+using core::File;
+
+// The twelve switches by the names the library gives them.
+const std::vector<std::pair<std::string, bool core::JunkFileFinderConfig::*>> configFields = {
+    {"systemCaches", &core::JunkFileFinderConfig::systemCaches},
+    {"systemLogs", &core::JunkFileFinderConfig::systemLogs},
+    {"dmgFiles", &core::JunkFileFinderConfig::dmgFiles},
+    {"trashFiles", &core::JunkFileFinderConfig::trashFiles},
+    {"purgeableSpace", &core::JunkFileFinderConfig::purgeableSpace},
+    {"appCaches", &core::JunkFileFinderConfig::appCaches},
+    {"appLogs", &core::JunkFileFinderConfig::appLogs},
+    {"xcode", &core::JunkFileFinderConfig::xcode},
+    {"internetCaches", &core::JunkFileFinderConfig::internetCaches},
+    {"downloadsFiles", &core::JunkFileFinderConfig::downloadsFiles},
+    {"screenshotFiles", &core::JunkFileFinderConfig::screenshotFiles},
+    {"mailDownloadsFiles", &core::JunkFileFinderConfig::mailDownloadsFiles},
+};
+
+core::JunkFileFinderConfig parseOnly(const std::string& names) {
+    core::JunkFileFinderConfig config{};
+    for (auto& [name, field] : configFields)
+        config.*field = names.empty();
+    std::stringstream list(names);
+    std::string name;
+    while (std::getline(list, name, ',')) {
+        auto found = std::find_if(configFields.begin(), configFields.end(),
+                                  [&](const auto& entry) { return entry.first == name; });
+        if (found == configFields.end())
+            throw UsageError("unknown junk category: " + name);
+        config.*(found->second) = true;
+    }
+    return config;
+}
+
+std::vector<core::URL> toURLs(const std::vector<std::string>& paths) {
+    std::vector<core::URL> urls;
+    for (const auto& path : paths)
+        urls.push_back(core::URL::fileURL(path));
+    return urls;
+}
+
+// Gathers what the scan reports, on the main queue, and drives the progress line.
+class JunkReport final : public core::JunkFileFinderDelegate {
+public:
+    explicit JunkReport(bool quiet) : progress(quiet) {}
+
+    void scanningFile(const core::URL& url) override { progress.setCurrent(url.path()); }
+    void progressChanged(double value) override { progress.setFraction(value); }
+    void systemCacheFound(const File& file) override { systemCaches.push_back(file); }
+    void systemLogFound(const File& file) override { systemLogs.push_back(file); }
+    void trashFileFound(const File& file) override { trash.push_back(file); }
+    void screenshotScanSkipped() override { screenshotsSkipped = true; }
+    void diskImagesFound(const std::vector<File>& files) override {
+        diskImages.insert(diskImages.end(), files.begin(), files.end());
+    }
+    void macAppJunkFound(const core::MacAppJunkFile& junk) override { appJunk.push_back(junk); }
+    void appJunkFound(const core::CaseInsensitiveString& id,
+                      const std::vector<core::AppFile>& files) override {
+        orphanJunk.push_back({id, files});
+    }
+    void macAppExtraJunkFound(const core::MacAppJunkFile& junk) override { appExtraJunk.push_back(junk); }
+    void purgeableSpaceFound(const File& file) override { purgeable.push_back(file); }
+    void downloadFileFound(const File& file) override { downloads.push_back(file); }
+    void screenshotFound(const File& file) override { screenshots.push_back(file); }
+    void mailDownloadFound(const File& file) override { mailDownloads.push_back(file); }
+    void junkScanCompleted() override { completed = true; }
+
+    nlohmann::json json() const;
+    void printHuman() const;
+
+    ProgressLine progress;
+    std::vector<File> systemCaches, systemLogs, trash, diskImages, purgeable, downloads, screenshots,
+        mailDownloads;
+    std::vector<core::MacAppJunkFile> appJunk, appExtraJunk;
+    std::vector<core::AppJunkFile> orphanJunk;
+    // These two may come on the scan's own queue.
+    std::atomic<bool> screenshotsSkipped{false};
+    std::atomic<bool> completed{false};
+
+private:
+    std::vector<std::pair<std::string, const std::vector<File>*>> fileCategories() const {
+        return {{"systemCaches", &systemCaches}, {"systemLogs", &systemLogs},      {"trash", &trash},
+                {"diskImages", &diskImages},     {"purgeableSpace", &purgeable},   {"downloads", &downloads},
+                {"screenshots", &screenshots},   {"mailDownloads", &mailDownloads}};
+    }
+};
+
+nlohmann::json macAppJunkJson(const std::vector<core::MacAppJunkFile>& junk) {
+    auto array = nlohmann::json::array();
+    for (const auto& app : junk)
+        array.push_back({{"appPath", app.appURL.path()},
+                         {"bundleID", app.bundleID.origin()},
+                         {"files", toJsonArray(app.files)}});
+    return array;
+}
+
+nlohmann::json JunkReport::json() const {
+    nlohmann::json out;
+    for (const auto& [key, files] : fileCategories())
+        out[key] = toJsonArray(*files);
+    out["appJunk"] = macAppJunkJson(appJunk);
+    out["appExtraJunk"] = macAppJunkJson(appExtraJunk);
+    out["orphanJunk"] = nlohmann::json::array();
+    for (const auto& junk : orphanJunk)
+        out["orphanJunk"].push_back({{"id", junk.id.origin()}, {"files", toJsonArray(junk.files)}});
+    out["screenshotScanSkipped"] = screenshotsSkipped.load();
+    return out;
+}
+
+template <class Record> std::int64_t totalSize(const std::vector<Record>& records) {
+    std::int64_t total = 0;
+    for (const auto& record : records)
+        total += record.size;
+    return total;
+}
+
+void JunkReport::printHuman() const {
+    std::vector<std::vector<std::string>> rows = {{"Category", "Items", "Size"}};
+    std::int64_t count = 0, total = 0;
+    auto addRow = [&](const std::string& name, std::size_t items, std::int64_t bytes) {
+        rows.push_back({name, std::to_string(items), core::sizeString(bytes)});
+        count += static_cast<std::int64_t>(items);
+        total += bytes;
+    };
+    for (const auto& [key, files] : fileCategories())
+        addRow(key, files->size(), totalSize(*files));
+    auto addAppRows = [&](const std::string& name, const auto& groups) {
+        std::size_t items = 0;
+        std::int64_t bytes = 0;
+        for (const auto& group : groups) {
+            items += group.files.size();
+            bytes += totalSize(group.files);
+        }
+        addRow(name, items, bytes);
+    };
+    addAppRows("appJunk", appJunk);
+    addAppRows("appExtraJunk", appExtraJunk);
+    addAppRows("orphanJunk", orphanJunk);
+    rows.push_back({"Total", std::to_string(count), core::sizeString(total)});
+    printTable(rows);
+    if (screenshotsSkipped)
+        std::cout << "(screenshots were not scanned)\n";
+}
+
+class JunkCommand final : public Command {
+public:
+    CLI::App* attach(CLI::App& app) override {
+        auto* sub = app.add_subcommand("junk", "find caches, logs, trash and other junk");
+        sub->add_option("--only", only_, "comma-separated categories: systemCaches,systemLogs,dmgFiles,...");
+        sub->add_option("--exclude", excludedFiles_, "leave this path out of the scan")->take_all();
+        sub->add_option("--exclude-app", excludedApps_, "leave this application bundle out")->take_all();
+        sub->add_option("--exclude-app-id", excludedAppIds_, "leave this bundle identifier out")->take_all();
+        return sub;
+    }
+
+    int run(const GlobalOptions& options) override {
+        auto config = parseOnly(only_);
+        auto report = std::make_shared<JunkReport>(options.quiet);
+        auto finder = core::JunkFileFinder::make();
+        finder->delegate = report;
+        finder->exclubeFilesUrls = toURLs(excludedFiles_);
+        finder->exclubeAppUrls = toURLs(excludedApps_);
+        finder->exclubeAppIds = excludedAppIds_;
+        finder->start(config);
+        core::DispatchQueue::runUntil([&] { return report->completed.load(); }, std::chrono::hours(24));
+        // Finds queued before the completion are still waiting on the main queue.
+        core::DispatchQueue::drainMain();
+        report->progress.finish();
+        if (options.json)
+            std::cout << report->json().dump(2) << '\n';
+        else
+            report->printHuman();
+        return 0;
+    }
+
+private:
+    std::string only_;
+    std::vector<std::string> excludedFiles_, excludedApps_, excludedAppIds_;
+};
+
+} // namespace
+
+std::unique_ptr<Command> makeJunkCommand() {
+    return std::make_unique<JunkCommand>();
+}
+
+} // namespace tidewell

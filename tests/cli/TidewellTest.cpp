@@ -1,0 +1,138 @@
+// Runs the real tidewell binary as a child process on a macOS-like tree, as a user or script would.
+#include "tests/support/TempTree.h"
+
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+#include <array>
+#include <cstdio>
+#include <fstream>
+#include <sstream>
+#include <sys/wait.h>
+
+using core::testing::TempTree;
+
+namespace {
+
+struct Run {
+    int exitCode;
+    std::string out;
+};
+
+std::string shellQuoted(const std::string& text) {
+    return "'" + text + "'";
+}
+
+Run tidewell(const std::string& arguments, const std::string& stderrPath = "/dev/null") {
+    std::string command = std::string(TIDEWELL_PATH) + " " + arguments + " 2>" + shellQuoted(stderrPath);
+    FILE* pipe = ::popen(command.c_str(), "r");
+    std::string out;
+    std::array<char, 4096> buffer{};
+    while (std::size_t read = std::fread(buffer.data(), 1, buffer.size(), pipe))
+        out.append(buffer.data(), read);
+    int status = ::pclose(pipe);
+    return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, out};
+}
+
+std::string slurp(const std::string& path) {
+    std::ifstream in(path);
+    return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+}
+
+class TidewellTest : public ::testing::Test {
+protected:
+    std::string globals() const {
+        return "--root " + shellQuoted(root.path()) + " --home " + shellQuoted(home.path());
+    }
+    TempTree root, home, scratch;
+};
+
+TEST_F(TidewellTest, JunkJsonHasEveryCategoryAndTheFindsWithSizes) {
+    root.file("Library/Caches/com.example.cache", 2000);
+    root.file("private/var/log/system.log", 300);
+    root.file("private/var/log/system.log.1", 300);
+    auto log = scratch.at("analytics.jsonl");
+    auto run = tidewell("junk --json --only systemCaches,systemLogs " + globals() + " --analytics-log " +
+                        shellQuoted(log));
+    ASSERT_EQ(run.exitCode, 0);
+    auto json = nlohmann::json::parse(run.out);
+    for (const auto* key :
+         {"systemCaches", "systemLogs", "trash", "diskImages", "purgeableSpace", "downloads", "screenshots",
+          "mailDownloads", "appJunk", "appExtraJunk", "orphanJunk"})
+        EXPECT_TRUE(json.at(key).is_array()) << key;
+    EXPECT_EQ(json["systemCaches"],
+              nlohmann::json::parse(R"([{"path": ")" + root.at("Library/Caches/com.example.cache") +
+                                    R"(", "size": 2000}])"));
+    EXPECT_EQ(json["systemLogs"],
+              nlohmann::json::parse(R"([{"path": ")" + root.at("private/var/log/system.log") +
+                                    R"(", "size": 300}])"));
+    EXPECT_EQ(json["screenshotScanSkipped"], true);
+
+    std::vector<std::string> parts;
+    std::istringstream lines(slurp(log));
+    for (std::string line; std::getline(lines, line);) {
+        auto entry = nlohmann::json::parse(line);
+        EXPECT_EQ(entry["event"], 2);
+        parts.push_back(entry["params"]["part"]);
+        if (parts.back() == "systemLog") {
+            EXPECT_EQ(entry["params"]["size"], "300");
+        }
+    }
+    EXPECT_EQ(parts, (std::vector<std::string>{"systemCache", "systemLog"}));
+}
+
+TEST_F(TidewellTest, GlobalOptionsMayFollowTheSubcommand) {
+    root.file("Library/Caches/x", 10);
+    auto before = tidewell("--json " + globals() + " junk --only systemCaches");
+    auto after = tidewell("junk --only systemCaches " + globals() + " --json");
+    ASSERT_EQ(before.exitCode, 0);
+    EXPECT_EQ(nlohmann::json::parse(before.out), nlohmann::json::parse(after.out));
+}
+
+TEST_F(TidewellTest, ExcludedPathIsNotReported) {
+    root.file("Library/Caches/keep", 10);
+    root.file("Library/Caches/drop", 10);
+    auto run = tidewell("junk --json --only systemCaches " + globals() + " --exclude " +
+                        shellQuoted(root.at("Library/Caches/drop")));
+    ASSERT_EQ(run.exitCode, 0);
+    auto found = nlohmann::json::parse(run.out)["systemCaches"];
+    ASSERT_EQ(found.size(), 1u);
+    EXPECT_EQ(found[0]["path"], root.at("Library/Caches/keep"));
+}
+
+TEST_F(TidewellTest, HumanReportHasATableAndATotal) {
+    root.file("Library/Caches/x", 1500);
+    auto run = tidewell("junk --only systemCaches " + globals());
+    ASSERT_EQ(run.exitCode, 0);
+    EXPECT_NE(run.out.find("systemCaches"), std::string::npos);
+    EXPECT_NE(run.out.find("1.5 kB"), std::string::npos);
+    EXPECT_NE(run.out.find("Total"), std::string::npos);
+}
+
+TEST_F(TidewellTest, BadInputIsOneLineAndExitCodeTwo) {
+    auto errors = scratch.at("stderr");
+    auto unknown = tidewell("junk --only systemCaches,bogus " + globals(), errors);
+    EXPECT_EQ(unknown.exitCode, 2);
+    EXPECT_NE(slurp(errors).find("unknown junk category: bogus"), std::string::npos);
+    EXPECT_TRUE(unknown.out.empty());
+
+    auto missingRoot = tidewell("junk --root " + shellQuoted(root.at("nowhere")), errors);
+    EXPECT_EQ(missingRoot.exitCode, 2);
+    auto message = slurp(errors);
+    EXPECT_EQ(std::count(message.begin(), message.end(), '\n'), 1);
+
+    EXPECT_EQ(tidewell("junk --resources " + shellQuoted(root.at("nowhere")) + " " + globals()).exitCode, 2);
+    EXPECT_EQ(tidewell("no-such-command").exitCode, 2);
+}
+
+TEST_F(TidewellTest, SizeCountsFilesByLengthAndFoldersByAllocation) {
+    auto file = scratch.file("one", 1234);
+    auto run = tidewell("size --json " + shellQuoted(file) + " " + shellQuoted(scratch.at("missing")));
+    ASSERT_EQ(run.exitCode, 0);
+    auto json = nlohmann::json::parse(run.out);
+    ASSERT_EQ(json.size(), 2u);
+    EXPECT_EQ(json[0]["size"], 1234);
+    EXPECT_EQ(json[1]["size"], 0);
+}
+
+} // namespace

@@ -1,0 +1,40 @@
+// A temporary folder for one test, removed at the end, with helpers to lay out a tree in it; and
+// a guard that points the process-wide paths at such a tree for the test's duration.
+#pragma once
+
+#include "Core/platform/SystemPaths.h"
+
+#include <cstdint>
+#include <string>
+
+namespace core::testing {
+
+class TempTree {
+public:
+    TempTree();
+    ~TempTree();
+    TempTree(const TempTree&) = delete;
+    TempTree& operator=(const TempTree&) = delete;
+
+    const std::string& path() const { return path_; }
+    // The absolute path of a relative one inside the tree.
+    std::string at(const std::string& relative) const;
+    // Writes `bytes` bytes of content, making the folders on the way; returns the absolute path.
+    std::string file(const std::string& relative, std::size_t bytes = 0) const;
+    std::string folder(const std::string& relative) const;
+
+private:
+    std::string path_;
+};
+
+// Sets root and home of SystemPaths::shared() and restores the previous ones.
+class ScopedSystemPaths {
+public:
+    ScopedSystemPaths(const std::string& root, const std::string& home);
+    ~ScopedSystemPaths();
+
+private:
+    std::string previousRoot_, previousHome_;
+};
+
+} // namespace core::testing
