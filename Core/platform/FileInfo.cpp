@@ -1,8 +1,9 @@
 #include "Core/platform/FileInfo.h"
 
 #include <cerrno>
+#include <dirent.h>
 #include <fcntl.h>
-#include <fts.h>
+#include <unistd.h>
 
 namespace core {
 namespace {
@@ -36,33 +37,96 @@ std::optional<std::time_t> getCreationTime(const char* path) {
     return static_cast<std::time_t>(info.stx_btime.tv_sec);
 }
 
-std::int64_t GetDirectorySize(const char* path, const std::atomic<bool>* stop, int* error) {
-    char* roots[] = {const_cast<char*>(path), nullptr};
-    FTS* walk = ::fts_open(roots, FTS_PHYSICAL | FTS_NOCHDIR, nullptr);
-    if (!walk)
-        return 0;
-    std::int64_t total = 0;
-    while (FTSENT* entry = ::fts_read(walk)) {
-        if (stop && stop->load(std::memory_order_relaxed))
-            break;
-        switch (entry->fts_info) {
-        case FTS_D:
-            if (entry->fts_statp->st_nlink == hugeFolderLinkCount) {
-                ::fts_set(walk, entry, FTS_SKIP);
-                total += hugeFolderSize;
-            }
-            break;
-        case FTS_F:
-            total += static_cast<std::int64_t>(entry->fts_statp->st_blocks) * 512;
-            break;
-        default:
-            if (error && entry->fts_errno != 0)
-                *error = entry->fts_errno;
-            break;
+namespace {
+
+// A physical walk relative to open folder descriptors, as du does: each name is resolved against
+// its folder instead of from the root again, and only regular files and folders are asked for
+// their attributes; the listing's entry type tells what the rest are.
+class DirectorySizeWalk {
+public:
+    DirectorySizeWalk(const std::atomic<bool>* stop, int* error) : stop_(stop), error_(error) {}
+
+    std::int64_t measure(const char* path) {
+        struct stat info {};
+        if (::lstat(path, &info) != 0) {
+            note(errno);
+            return 0;
         }
+        if (S_ISREG(info.st_mode))
+            return allocated(info);
+        if (S_ISDIR(info.st_mode))
+            enterFolder(AT_FDCWD, path);
+        return total_;
     }
-    ::fts_close(walk);
-    return total;
+
+private:
+    static std::int64_t allocated(const struct stat& info) {
+        return static_cast<std::int64_t>(info.st_blocks) * 512;
+    }
+
+    bool stopped() const { return stop_ && stop_->load(std::memory_order_relaxed); }
+
+    void note(int errorNumber) {
+        if (error_ && errorNumber != 0)
+            *error_ = errorNumber;
+    }
+
+    void enterFolder(int parent, const char* name) {
+        int fd = ::openat(parent, name, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
+        if (fd < 0) {
+            note(errno);
+            return;
+        }
+        struct stat info {};
+        if (::fstat(fd, &info) == 0 && info.st_nlink == hugeFolderLinkCount) {
+            total_ += hugeFolderSize;
+            ::close(fd);
+            return;
+        }
+        walkFolder(fd);
+    }
+
+    void walkFolder(int fd) {
+        DIR* dir = ::fdopendir(fd);
+        if (!dir) {
+            note(errno);
+            ::close(fd);
+            return;
+        }
+        while (dirent* entry = ::readdir(dir)) {
+            if (stopped())
+                break;
+            const char* name = entry->d_name;
+            if (name[0] == '.' && (name[1] == 0 || (name[1] == '.' && name[2] == 0)))
+                continue;
+            visit(::dirfd(dir), name, entry->d_type);
+        }
+        ::closedir(dir);
+    }
+
+    void visit(int folder, const char* name, unsigned char type) {
+        if (type == DT_DIR)
+            return enterFolder(folder, name);
+        if (type != DT_REG && type != DT_UNKNOWN)
+            return;
+        struct stat info {};
+        if (::fstatat(folder, name, &info, AT_SYMLINK_NOFOLLOW) != 0)
+            return note(errno);
+        if (S_ISREG(info.st_mode))
+            total_ += allocated(info);
+        else if (S_ISDIR(info.st_mode))
+            enterFolder(folder, name);
+    }
+
+    const std::atomic<bool>* stop_;
+    int* error_;
+    std::int64_t total_ = 0;
+};
+
+} // namespace
+
+std::int64_t GetDirectorySize(const char* path, const std::atomic<bool>* stop, int* error) {
+    return DirectorySizeWalk(stop, error).measure(path);
 }
 
 } // namespace core
