@@ -12,16 +12,11 @@
 #include <unistd.h>
 
 using namespace core;
+using core::testing::allocatedBytes;
 using core::testing::ScopedSystemPaths;
 using core::testing::TempTree;
 
 namespace {
-
-std::int64_t allocated(const std::string& path) {
-    struct stat info {};
-    ::lstat(path.c_str(), &info);
-    return static_cast<std::int64_t>(info.st_blocks) * 512;
-}
 
 std::vector<std::string> names(const std::vector<URLResource>& resources) {
     std::vector<std::string> listed;
@@ -41,7 +36,7 @@ TEST(Size, FileIsItsByteCountAndFolderItsAllocatedTree) {
     auto a = tree.file("folder/a", 12345);
     auto b = tree.file("folder/sub/b", 100);
     EXPECT_EQ(size(URL::fileURL(a)), 12345);
-    EXPECT_EQ(size(URL::fileURL(tree.at("folder"))), allocated(a) + allocated(b));
+    EXPECT_EQ(size(URL::fileURL(tree.at("folder"))), allocatedBytes(a) + allocatedBytes(b));
 }
 
 TEST(Size, MissingFileIsZero) {
@@ -63,7 +58,7 @@ TEST(Size, CloudDriveFileCountsTheSpaceItTakes) {
     auto local = home.file("Documents/movie.mov");
     for (const auto& path : {placeholder, local})
         ASSERT_EQ(::truncate(path.c_str(), 10'000'000), 0);
-    EXPECT_EQ(size(URL::fileURL(placeholder)), allocated(placeholder));
+    EXPECT_EQ(size(URL::fileURL(placeholder)), allocatedBytes(placeholder));
     EXPECT_LT(size(URL::fileURL(placeholder)), 10'000'000);
     EXPECT_EQ(size(URL::fileURL(local)), 10'000'000);
 }

@@ -15,12 +15,6 @@ using namespace core::testing;
 
 namespace {
 
-std::int64_t allocated(const std::string& path) {
-    struct stat info {};
-    ::lstat(path.c_str(), &info);
-    return static_cast<std::int64_t>(info.st_blocks) * 512;
-}
-
 std::vector<std::string> sorted(std::vector<std::string> paths) {
     std::sort(paths.begin(), paths.end());
     return paths;
@@ -60,12 +54,12 @@ TEST_F(SystemJunkTest, CachesAreTopLevelEntriesSizedAsTheUserCountsThem) {
     auto found = scanCaches();
     EXPECT_EQ(found, (std::vector<std::string>{caches("com.example.app"), caches("loose.db")}));
     for (const auto& file : recorder->files("systemCacheFound"))
-        EXPECT_EQ(file.size, file.url.lastPathComponent() == "loose.db" ? 1234 : allocated(inside));
+        EXPECT_EQ(file.size, file.url.lastPathComponent() == "loose.db" ? 1234 : allocatedBytes(inside));
     EXPECT_TRUE(recorder->cameOnMainThread("systemCacheFound"));
     auto events = analytics->eventsFor("systemCache");
     ASSERT_EQ(events.size(), 1u);
     EXPECT_EQ(events[0].params.at("num"), "2");
-    EXPECT_EQ(events[0].params.at("size"), std::to_string(1234 + allocated(inside)));
+    EXPECT_EQ(events[0].params.at("size"), std::to_string(1234 + allocatedBytes(inside)));
     EXPECT_GE(std::stod(events[0].params.at("duration")), 0.0);
 }
 
@@ -140,7 +134,7 @@ TEST_F(SystemJunkTest, LogsComeFromLibraryLogsDiagnosticsAndRotatedVarLogs) {
                              varLog("DiagnosticMessages"), varLog("daily.out")}));
     for (const auto& file : recorder->files("systemLogFound"))
         if (file.url.lastPathComponent() == "diagnostics") {
-            EXPECT_EQ(file.size, allocated(diagnostics));
+            EXPECT_EQ(file.size, allocatedBytes(diagnostics));
         }
     auto events = analytics->eventsFor("systemLog");
     ASSERT_EQ(events.size(), 1u);

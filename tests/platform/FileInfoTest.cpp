@@ -9,15 +9,10 @@
 #include <unistd.h>
 
 using namespace core;
+using core::testing::allocatedBytes;
 using core::testing::TempTree;
 
 namespace {
-
-std::int64_t allocated(const std::string& path) {
-    struct stat info {};
-    ::lstat(path.c_str(), &info);
-    return static_cast<std::int64_t>(info.st_blocks) * 512;
-}
 
 TEST(GetDirectorySize, SumsAllocatedBytesOfRegularFilesOnly) {
     TempTree tree;
@@ -26,7 +21,8 @@ TEST(GetDirectorySize, SumsAllocatedBytesOfRegularFilesOnly) {
     ::symlink(a.c_str(), tree.at("top/link").c_str());
     ::mkfifo(tree.at("top/fifo").c_str(), 0600);
     int error = 0;
-    EXPECT_EQ(GetDirectorySize(tree.at("top").c_str(), nullptr, &error), allocated(a) + allocated(b));
+    EXPECT_EQ(GetDirectorySize(tree.at("top").c_str(), nullptr, &error),
+              allocatedBytes(a) + allocatedBytes(b));
     EXPECT_EQ(error, 0);
 }
 

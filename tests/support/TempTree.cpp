@@ -4,6 +4,7 @@
 #include <fstream>
 #include <stdexcept>
 #include <stdlib.h>
+#include <sys/stat.h>
 
 namespace fs = std::filesystem;
 
@@ -39,6 +40,13 @@ std::string TempTree::folder(const std::string& relative) const {
     std::string full = at(relative);
     fs::create_directories(full);
     return full;
+}
+
+std::int64_t allocatedBytes(const std::string& path) {
+    struct stat info {};
+    if (::lstat(path.c_str(), &info) != 0)
+        throw std::runtime_error("cannot stat " + path);
+    return static_cast<std::int64_t>(info.st_blocks) * 512;
 }
 
 ScopedSystemPaths::ScopedSystemPaths(const std::string& root, const std::string& home)

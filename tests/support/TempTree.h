@@ -27,6 +27,9 @@ private:
     std::string path_;
 };
 
+// The bytes the file system allocated to one file, as folder sizes count them.
+std::int64_t allocatedBytes(const std::string& path);
+
 // Sets root and home of SystemPaths::shared() and restores the previous ones.
 class ScopedSystemPaths {
 public:
