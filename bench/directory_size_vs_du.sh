@@ -1,13 +1,11 @@
 #!/usr/bin/env bash
 # Compares the folder size of `tidewell size` (GetDirectorySize) with `du -s` on the same folder,
-# in one run, with a warm cache. Usage: bench/directory_size_vs_du.sh [FOLDER] [ROUNDS]
+# in one run, with a warm cache. Usage: [ROUNDS=N] bench/directory_size_vs_du.sh [FOLDER]
 # Without a folder, a tree of 100,000 small files is made under $TMPDIR.
 set -euo pipefail
 cd "$(dirname "$0")/.."
-tidewell=${TIDEWELL:-build/cli/tidewell}
-[ -x "$tidewell" ] || scripts/build.sh build >/dev/null
+. bench/lib.sh
 folder=${1:-}
-rounds=${2:-5}
 
 if [ -z "$folder" ]; then
   folder=${TMPDIR:-/tmp}/core-bench-du
@@ -28,24 +26,16 @@ PY
   fi
 fi
 
-now() { date +%s%N; }
-best() { sort -n | head -1; }
-time_command() {
-  for _ in $(seq "$rounds"); do
-    start=$(now); "$@" >/dev/null; echo $(( ($(now) - start) / 1000 ))
-  done | best
-}
-
 # Warm the cache once for both.
 du -s "$folder" >/dev/null
 "$tidewell" size --quiet "$folder" >/dev/null
 
-ours=$(time_command "$tidewell" size --quiet --json "$folder")
-theirs=$(time_command du -s "$folder")
+ours=$(best_time "$tidewell" size --quiet --json "$folder")
+theirs=$(best_time du -s "$folder")
 ours_bytes=$("$tidewell" size --quiet --json "$folder" | python3 -c 'import json,sys; print(json.load(sys.stdin)[0]["size"])')
 du_bytes=$(( $(du -s -B1 "$folder" | cut -f1) ))
 
 echo "folder:            $folder"
 echo "tidewell size:     ${ours} us (best of $rounds), ${ours_bytes} bytes in regular files"
 echo "du -s:             ${theirs} us (best of $rounds), ${du_bytes} bytes including folders"
-awk -v a="$ours" -v b="$theirs" 'BEGIN { printf "ratio tidewell/du: %.2f\n", a / b }'
+echo "ratio tidewell/du: $(ratio "$ours" "$theirs")"

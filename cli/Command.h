@@ -37,5 +37,6 @@ public:
 
 std::unique_ptr<Command> makeJunkCommand();
 std::unique_ptr<Command> makeSizeCommand();
+std::unique_ptr<Command> makeLargeCommand();
 
 } // namespace tidewell

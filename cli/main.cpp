@@ -61,7 +61,7 @@ int main(int argc, char** argv) {
     app.add_flag("--quiet", options.quiet, "no progress");
 
     std::vector<std::pair<std::unique_ptr<tidewell::Command>, CLI::App*>> commands;
-    for (auto make : {tidewell::makeJunkCommand, tidewell::makeSizeCommand}) {
+    for (auto make : {tidewell::makeJunkCommand, tidewell::makeLargeCommand, tidewell::makeSizeCommand}) {
         auto command = make();
         auto* sub = command->attach(app);
         commands.emplace_back(std::move(command), sub);

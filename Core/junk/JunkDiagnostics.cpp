@@ -12,15 +12,17 @@ std::string shortestDecimal(double value) {
     return std::string(text, result.ptr);
 }
 
-void JunkCategoryTally::sendEvent(const std::string& part) const {
+AnalyticsParams JunkCategoryTally::sendEvent(const std::string& part) const {
     auto elapsed =
         std::chrono::duration_cast<std::chrono::nanoseconds>(std::chrono::steady_clock::now() - started_);
-    analytics()->event(junkCategoryEventNumber, {
-                                                    {"part", part},
-                                                    {"duration", shortestDecimal(elapsed.count() / 1e6)},
-                                                    {"num", std::to_string(count_)},
-                                                    {"size", std::to_string(total_)},
-                                                });
+    AnalyticsParams params = {
+        {"part", part},
+        {"duration", shortestDecimal(static_cast<double>(elapsed.count()) / 1e6)},
+        {"num", std::to_string(count_)},
+        {"size", std::to_string(total_)},
+    };
+    analytics()->event(junkCategoryEventNumber, params);
+    return params;
 }
 
 } // namespace core

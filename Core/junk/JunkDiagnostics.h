@@ -4,13 +4,20 @@
 // Threading: a tally belongs to the category that fills it.
 #pragma once
 
+#include "Core/foundation/File.h"
+
 #include <chrono>
 #include <cstdint>
+#include <functional>
+#include <map>
 #include <string>
 
 namespace core {
 
 inline constexpr int junkCategoryEventNumber = 2;
+
+// Where a category sends each find.
+using FoundFile = std::function<void(const File&)>;
 
 class JunkCategoryTally {
 public:
@@ -20,11 +27,17 @@ public:
         ++count_;
         total_ += size;
     }
+    // Counts the file and hands it on.
+    void report(const File& file, const FoundFile& found) {
+        add(file.size);
+        found(file);
+    }
     std::int64_t count() const { return count_; }
     std::int64_t total() const { return total_; }
 
-    // Sends event 2 with "part", "duration" (milliseconds since the tally began), "num", "size".
-    void sendEvent(const std::string& part) const;
+    // Sends event 2 with "part", "duration" (milliseconds since the tally began), "num", "size",
+    // and answers the table it sent.
+    std::map<std::string, std::string> sendEvent(const std::string& part) const;
 
 private:
     std::chrono::steady_clock::time_point started_;

@@ -1,7 +1,10 @@
 #include "Core/junk/JunkFileFinder.h"
 
+#include "Core/junk/DownloadsScanner.h"
 #include "Core/junk/JunkDiagnostics.h"
+#include "Core/junk/JunkQueries.h"
 #include "Core/junk/SystemJunkScanner.h"
+#include "Core/junk/TrashScanner.h"
 #include "Core/platform/PurgeableSpace.h"
 #include "Core/platform/SystemPaths.h"
 
@@ -34,7 +37,6 @@ std::shared_ptr<JunkFileFinder> JunkFileFinder::make() {
     std::shared_ptr<JunkFileFinder> finder(new JunkFileFinder());
     finder->appFileFinder_ = AppJunkFinder::make();
     finder->appFileFinder_->delegate = finder;
-    finder->queryQueue_ = OperationQueue::make("JunkFileFinder.query", 1);
     return finder;
 }
 
@@ -86,11 +88,16 @@ void JunkFileFinder::runCategories(const std::shared_ptr<Scan>& scan) {
     if (config.systemLogs)
         SystemJunkScanner::scanSystemLogs(scan->exclusions, found(&JunkFileFinderDelegate::systemLogFound));
     scan->progress->nextPart();
-    // The trash category joins here once trash folders of every volume are listed.
+    if (config.trashFiles)
+        TrashScanner::scanTrash(scan->exclusions, found(&JunkFileFinderDelegate::trashFileFound));
     if (config.purgeableSpace)
         reportPurgeableSpace();
     scan->progress->nextPart();
-    // Downloads and mail downloads join here with the file index they are found through.
+    if (config.downloadsFiles)
+        DownloadsScanner::scanDownloads(scan->exclusions, found(&JunkFileFinderDelegate::downloadFileFound));
+    if (config.mailDownloadsFiles)
+        DownloadsScanner::scanMailDownloads(scan->exclusions,
+                                            found(&JunkFileFinderDelegate::mailDownloadFound));
     runScreenshotStep(scan);
 }
 
@@ -110,17 +117,16 @@ void JunkFileFinder::runScreenshotStep(const std::shared_ptr<Scan>& scan) {
         return;
     }
     JunkCategoryTally tally;
-    // The file index that answers the screenshot query is not part of the library yet.
-    auto query = [] { return std::vector<File>(); };
-    runQuery(scan, query, [this, scan, tally](std::vector<File> screenshots) mutable {
-        for (const auto& file : screenshots) {
-            tally.add(file.size);
-            notify([file](JunkFileFinderDelegate& target) { target.screenshotFound(file); });
-        }
-        tally.sendEvent("screenshot");
-        scan->progress->nextPart();
-        runDiskImageStep(scan);
-    });
+    runQuery(scan, JunkQueries::startScreenshotQuery,
+             [this, scan, tally](std::vector<File> screenshots) mutable {
+                 for (const auto& file : screenshots) {
+                     tally.add(file.size);
+                     notify([file](JunkFileFinderDelegate& target) { target.screenshotFound(file); });
+                 }
+                 tally.sendEvent("screenshot");
+                 scan->progress->nextPart();
+                 runDiskImageStep(scan);
+             });
 }
 
 void JunkFileFinder::runDiskImageStep(const std::shared_ptr<Scan>& scan) {
@@ -130,9 +136,7 @@ void JunkFileFinder::runDiskImageStep(const std::shared_ptr<Scan>& scan) {
         return;
     }
     JunkCategoryTally tally;
-    // The file index that answers the disk image query is not part of the library yet.
-    auto query = [] { return std::vector<File>(); };
-    runQuery(scan, query, [this, scan, tally](std::vector<File> images) mutable {
+    runQuery(scan, JunkQueries::startDiskImageQuery, [this, scan, tally](std::vector<File> images) mutable {
         for (const auto& file : images)
             tally.add(file.size);
         notify([images](JunkFileFinderDelegate& target) { target.diskImagesFound(images); });
@@ -141,15 +145,15 @@ void JunkFileFinder::runDiskImageStep(const std::shared_ptr<Scan>& scan) {
     });
 }
 
-void JunkFileFinder::runQuery(const std::shared_ptr<Scan>& scan, std::function<std::vector<File>()> query,
-                              std::function<void(std::vector<File>)> completion) {
+void JunkFileFinder::runQuery(const std::shared_ptr<Scan>& scan, const QueryStarter& start,
+                              QueryCompletion completion) {
     if (!interrupter_ || scan->context->interrupted()) {
         completion({});
         return;
     }
     // Hold the finder while the query runs: the chain must reach its end even if the owner lets go.
-    queryQueue_->addOperation([self = shared_from_this(), query = std::move(query),
-                               completion = std::move(completion)] { completion(query()); });
+    start(scan->exclusions, [self = shared_from_this(), completion = std::move(completion)](
+                                std::vector<File> files) { completion(std::move(files)); });
 }
 
 void JunkFileFinder::runApplicationStage(const std::shared_ptr<Scan>& scan) {

@@ -12,7 +12,7 @@
 #include "Core/foundation/FileFinderContext.h"
 #include "Core/foundation/Progress.h"
 #include "Core/junk/JunkExclusions.h"
-#include "Core/platform/OperationQueue.h"
+#include "Core/junk/JunkQueries.h"
 
 #include <memory>
 #include <vector>
@@ -90,10 +90,10 @@ private:
     void runDiskImageStep(const std::shared_ptr<Scan>& scan);
     void runApplicationStage(const std::shared_ptr<Scan>& scan);
     void reportPurgeableSpace();
-    // Runs the query's work on the query queue, or completes at once with nothing when the scan
-    // was stopped.
-    void runQuery(const std::shared_ptr<Scan>& scan, std::function<std::vector<File>()> query,
-                  std::function<void(std::vector<File>)> completion);
+    using QueryStarter = std::function<void(JunkExclusions, QueryCompletion)>;
+    // Starts a query of the file index, or completes at once with nothing when the scan was
+    // stopped.
+    void runQuery(const std::shared_ptr<Scan>& scan, const QueryStarter& start, QueryCompletion completion);
     // Schedules a delegate call on the main queue; dropped if the finder or the delegate is gone.
     void notify(std::function<void(JunkFileFinderDelegate&)> call);
     // Calls the delegate on the running thread.
@@ -102,7 +102,6 @@ private:
     std::shared_ptr<AppJunkFinder> appFileFinder_;
     std::shared_ptr<FileFinderContext> interrupter_;
     std::shared_ptr<Progress> progress_;
-    std::shared_ptr<OperationQueue> queryQueue_;
 };
 
 } // namespace core

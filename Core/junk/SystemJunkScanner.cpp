@@ -56,11 +56,6 @@ const icu::RegexPattern* varLogPattern() {
     return pattern;
 }
 
-void report(const URL& url, std::int64_t size, JunkCategoryTally& tally, const FoundFile& found) {
-    tally.add(size);
-    found(File{url, size});
-}
-
 // Goes through one folder entry by entry, splitting around excluded files. False when the scan
 // was interrupted.
 template <class Skip>
@@ -74,14 +69,14 @@ bool reportEntries(const std::string& folder, const JunkExclusions& exclusions, 
         if (skip(*entry.resourceValues.name) || exclusions.excludes(entry.url))
             continue;
         for (const auto& piece : exclusions.urlsWithoutExcluded(entry.url))
-            report(piece, size(piece), tally, found);
+            tally.report({piece, size(piece)}, found);
     }
     return !FileFinderContext::currentIsInterrupted();
 }
 
 void reportIfPresent(const std::string& path, JunkCategoryTally& tally, const FoundFile& found) {
     if (exists(path))
-        report(URL::fileURL(path), size(URL::fileURL(path)), tally, found);
+        tally.report({URL::fileURL(path), size(URL::fileURL(path))}, found);
 }
 
 // The rotated logs of "/private/var/log". False when the scan was interrupted.
@@ -97,7 +92,7 @@ bool reportVarLogs(JunkCategoryTally& tally, const FoundFile& found) {
         if (!entry.resourceValues.name ||
             !SystemJunkScanner::isRemovableVarLogName(*entry.resourceValues.name))
             continue;
-        report(entry.url, size(entry.url, entry.resourceValues), tally, found);
+        tally.report({entry.url, size(entry.url, entry.resourceValues)}, found);
     }
     return true;
 }

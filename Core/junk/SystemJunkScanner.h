@@ -5,14 +5,10 @@
 // Threading: runs on the junk scan's serial queue, under its FileFinderContext.
 #pragma once
 
-#include "Core/foundation/File.h"
+#include "Core/junk/JunkDiagnostics.h"
 #include "Core/junk/JunkExclusions.h"
 
-#include <functional>
-
 namespace core {
-
-using FoundFile = std::function<void(const File&)>;
 
 class SystemJunkScanner {
 public:

@@ -40,30 +40,18 @@ std::optional<std::time_t> getCreationTime(const char* path) {
 namespace {
 
 // A physical walk relative to open folder descriptors, as du does: each name is resolved against
-// its folder instead of from the root again, and only regular files and folders are asked for
-// their attributes; the listing's entry type tells what the rest are.
-class DirectorySizeWalk {
+// its folder instead of from the top again, and only regular files and folders are asked for
+// their attributes; the listing's entry type tells what the rest are. The visitor is told of
+// every regular file, of every folder before it is entered (and may refuse), and of anything else.
+template <class Visitor> class PhysicalWalk {
 public:
-    DirectorySizeWalk(const std::atomic<bool>* stop, int* error) : stop_(stop), error_(error) {}
+    PhysicalWalk(Visitor& visitor, const std::atomic<bool>* stop, int* error)
+        : visitor_(visitor), stop_(stop), error_(error) {}
 
-    std::int64_t measure(const char* path) {
-        struct stat info {};
-        if (::lstat(path, &info) != 0) {
-            note(errno);
-            return 0;
-        }
-        if (S_ISREG(info.st_mode))
-            return allocated(info);
-        if (S_ISDIR(info.st_mode))
-            enterFolder(AT_FDCWD, path);
-        return total_;
-    }
+    // Walks below `path`, a folder already looked at.
+    void walkBelow(const char* path) { enterFolder(AT_FDCWD, path, false); }
 
 private:
-    static std::int64_t allocated(const struct stat& info) {
-        return static_cast<std::int64_t>(info.st_blocks) * 512;
-    }
-
     bool stopped() const { return stop_ && stop_->load(std::memory_order_relaxed); }
 
     void note(int errorNumber) {
@@ -71,15 +59,14 @@ private:
             *error_ = errorNumber;
     }
 
-    void enterFolder(int parent, const char* name) {
+    void enterFolder(int parent, const char* name, bool askVisitor) {
         int fd = ::openat(parent, name, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
         if (fd < 0) {
             note(errno);
             return;
         }
         struct stat info {};
-        if (::fstat(fd, &info) == 0 && info.st_nlink == hugeFolderLinkCount) {
-            total_ += hugeFolderSize;
+        if (askVisitor && (::fstat(fd, &info) != 0 || !visitor_.folder(info))) {
             ::close(fd);
             return;
         }
@@ -106,27 +93,76 @@ private:
 
     void visit(int folder, const char* name, unsigned char type) {
         if (type == DT_DIR)
-            return enterFolder(folder, name);
+            return enterFolder(folder, name, true);
         if (type != DT_REG && type != DT_UNKNOWN)
-            return;
+            return visitor_.other();
         struct stat info {};
         if (::fstatat(folder, name, &info, AT_SYMLINK_NOFOLLOW) != 0)
             return note(errno);
         if (S_ISREG(info.st_mode))
-            total_ += allocated(info);
+            visitor_.file(info);
         else if (S_ISDIR(info.st_mode))
-            enterFolder(folder, name);
+            enterFolder(folder, name, true);
+        else
+            visitor_.other();
     }
 
+    Visitor& visitor_;
     const std::atomic<bool>* stop_;
     int* error_;
-    std::int64_t total_ = 0;
+};
+
+std::int64_t allocatedBytes(const struct stat& info) {
+    return static_cast<std::int64_t>(info.st_blocks) * 512;
+}
+
+struct AllocatedSize {
+    std::int64_t total = 0;
+    void file(const struct stat& info) { total += allocatedBytes(info); }
+    bool folder(const struct stat& info) {
+        if (info.st_nlink != hugeFolderLinkCount)
+            return true;
+        total += hugeFolderSize;
+        return false;
+    }
+    void other() {}
+};
+
+struct TreeTallyVisitor {
+    TreeTally tally;
+    void file(const struct stat& info) {
+        tally.bytes += info.st_size;
+        tally.allocated += allocatedBytes(info);
+        ++tally.entries;
+    }
+    bool folder(const struct stat&) {
+        ++tally.entries;
+        return true;
+    }
+    void other() { ++tally.entries; }
 };
 
 } // namespace
 
 std::int64_t GetDirectorySize(const char* path, const std::atomic<bool>* stop, int* error) {
-    return DirectorySizeWalk(stop, error).measure(path);
+    struct stat info {};
+    if (::lstat(path, &info) != 0) {
+        if (error)
+            *error = errno;
+        return 0;
+    }
+    if (S_ISREG(info.st_mode))
+        return allocatedBytes(info);
+    AllocatedSize size;
+    if (S_ISDIR(info.st_mode) && size.folder(info))
+        PhysicalWalk(size, stop, error).walkBelow(path);
+    return size.total;
+}
+
+TreeTally TallyTree(const char* path, const std::atomic<bool>* stop) {
+    TreeTallyVisitor visitor;
+    PhysicalWalk(visitor, stop, nullptr).walkBelow(path);
+    return visitor.tally;
 }
 
 } // namespace core

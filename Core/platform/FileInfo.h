@@ -30,4 +30,14 @@ std::optional<std::time_t> getCreationTime(const char* path);
 // cannot start.
 std::int64_t GetDirectorySize(const char* path, const std::atomic<bool>* stop, int* error);
 
+struct TreeTally {
+    std::int64_t bytes = 0;     // lengths of the regular files
+    std::int64_t allocated = 0; // bytes allocated to the regular files
+    std::int64_t entries = 0;   // everything below, folders included
+};
+
+// The totals of everything below a folder, links not followed: what a package is worth as one
+// item.
+TreeTally TallyTree(const char* path, const std::atomic<bool>* stop);
+
 } // namespace core

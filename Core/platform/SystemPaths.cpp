@@ -1,6 +1,7 @@
 #include "Core/platform/SystemPaths.h"
 
 #include <cstdlib>
+#include <fstream>
 
 namespace core {
 namespace {
@@ -56,6 +57,25 @@ std::string SystemPaths::resolve(const std::string& absolutePath) const {
 
 std::string SystemPaths::inHome(const std::string& relativePath) const {
     return join(home(), relativePath);
+}
+
+// A line of user-dirs.dirs reads XDG_DOWNLOAD_DIR="$HOME/Downloads"; the value is either
+// "$HOME/..." or an absolute path.
+std::string SystemPaths::downloadsDirectory() const {
+    std::ifstream dirs(inHome(".config/user-dirs.dirs"));
+    const std::string key = "XDG_DOWNLOAD_DIR=";
+    for (std::string line; std::getline(dirs, line);) {
+        if (line.rfind(key, 0) != 0)
+            continue;
+        std::string value = line.substr(key.size());
+        if (value.size() >= 2 && value.front() == '"' && value.back() == '"')
+            value = value.substr(1, value.size() - 2);
+        if (value.rfind("$HOME", 0) == 0)
+            return withoutTrailingSlash(inHome(value.substr(5)));
+        if (!value.empty() && value.front() == '/')
+            return withoutTrailingSlash(value);
+    }
+    return inHome("Downloads");
 }
 
 std::string SystemPaths::temporaryDirectory() const {

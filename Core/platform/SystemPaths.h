@@ -30,6 +30,9 @@ public:
     std::string userLibrary() const { return inHome("Library"); }
     std::string localLibrary() const { return resolve("/Library"); }
     std::string localCaches() const { return resolve("/Library/Caches"); }
+    // The user's downloads folder: the XDG download folder of the home folder, "~/Downloads"
+    // unless "~/.config/user-dirs.dirs" says otherwise.
+    std::string downloadsDirectory() const;
     // The temporary folder of this machine ($TMPDIR, else "/tmp"); it is never under root.
     std::string temporaryDirectory() const;
 

@@ -1,10 +1,12 @@
 #include "Core/platform/TrashDirectories.h"
 
+#include "Core/platform/MountedVolumes.h"
 #include "Core/platform/SystemPaths.h"
 
 #include <algorithm>
 #include <cstdlib>
 #include <sys/stat.h>
+#include <unistd.h>
 
 namespace core {
 namespace {
@@ -36,6 +38,14 @@ std::vector<std::string> trashDirectoriesIncludingICloud() {
         cloudDocuments(paths) + "/com~apple~CloudDocs/.Trash",
         dataHome(paths) + "/Trash/files",
     };
+    // The freedesktop.org trash of every other volume: a shared ".Trash" with a folder per user,
+    // or a ".Trash-UID" of the user's own.
+    std::string uid = std::to_string(::getuid());
+    for (const auto& volume : mountedVolumePaths()) {
+        std::string top = volume == "/" ? "" : volume;
+        candidates.push_back(top + "/.Trash/" + uid + "/files");
+        candidates.push_back(top + "/.Trash-" + uid + "/files");
+    }
     std::vector<std::string> existing;
     for (auto& candidate : candidates)
         if (isDirectory(candidate) &&

@@ -1,0 +1,81 @@
+// tidewell large: the largest files of the home folder, biggest first.
+#include "cli/ByteCount.h"
+#include "cli/Command.h"
+#include "cli/JsonRecords.h"
+#include "cli/Terminal.h"
+
+#include "Core/junk/LargeFileFinder.h"
+
+#include <atomic>
+#include <cstdio>
+#include <iostream>
+
+namespace tidewell {
+namespace {
+
+// Hears the finder on its own queue and hands everything to the main queue, where the host
+// prints.
+class LargeFileReport final : public core::LargeFileFinderDelegate {
+public:
+    explicit LargeFileReport(bool quiet) : progress(quiet) {}
+
+    void largeFileScanning(const core::URL& url) override {
+        core::DispatchQueue::main()->async([this, path = url.path()] { progress.setCurrent(path); });
+    }
+    void largeFilesFound(const std::vector<core::File>& found) override {
+        core::DispatchQueue::main()->async([this, found] {
+            files = found;
+            done = true;
+        });
+    }
+
+    ProgressLine progress;
+    std::vector<core::File> files;
+    bool done = false;
+};
+
+class LargeCommand final : public Command {
+public:
+    CLI::App* attach(CLI::App& app) override {
+        auto* sub = app.add_subcommand("large", "the largest files of the home folder, biggest first");
+        sub->add_option("--min-size", minSize_,
+                        "smallest size listed, in bytes or with K, M, G (default 50M)");
+        sub->add_option("--exclude", excluded_, "leave this path out")->take_all();
+        return sub;
+    }
+
+    int run(const GlobalOptions& options) override {
+        auto minimum = parseByteCount(minSize_);
+        auto report = std::make_shared<LargeFileReport>(options.quiet);
+        auto finder = core::LargeFileFinder::make();
+        finder->delegate = report;
+        for (const auto& path : excluded_)
+            finder->exclubeFilesUrls.push_back(core::URL::fileURL(path));
+        finder->start(minimum);
+        core::DispatchQueue::runUntil([&] { return report->done; }, std::chrono::hours(24));
+        report->progress.finish();
+        if (options.json) {
+            std::cout << toJsonArray(report->files).dump(2) << '\n';
+            return 0;
+        }
+        std::int64_t total = 0;
+        for (const auto& file : report->files) {
+            std::printf("%10s  %s\n", file.sizeString().c_str(), file.url.path().c_str());
+            total += file.size;
+        }
+        std::cout << report->files.size() << " files, " << core::sizeString(total) << '\n';
+        return 0;
+    }
+
+private:
+    std::string minSize_ = "50M";
+    std::vector<std::string> excluded_;
+};
+
+} // namespace
+
+std::unique_ptr<Command> makeLargeCommand() {
+    return std::make_unique<LargeCommand>();
+}
+
+} // namespace tidewell
