@@ -136,3 +136,37 @@ TEST_F(TidewellTest, SizeCountsFilesByLengthAndFoldersByAllocation) {
 }
 
 } // namespace
+
+namespace {
+
+TEST_F(TidewellTest, LargeListsTheHomeFoldersBigFilesBiggestFirst) {
+    home.file("videos/film.mkv", 3 * 1024 * 1024);
+    home.file("docs/thesis.pdf", 2 * 1024 * 1024);
+    home.file("docs/notes.txt", 1000);
+    auto run = tidewell("large --json --min-size 1M " + globals());
+    ASSERT_EQ(run.exitCode, 0);
+    EXPECT_EQ(nlohmann::json::parse(run.out),
+              nlohmann::json::parse(R"([{"path": ")" + home.at("videos/film.mkv") +
+                                    R"(", "size": 3145728}, )" + R"({"path": ")" +
+                                    home.at("docs/thesis.pdf") + R"(", "size": 2097152}])"));
+    EXPECT_EQ(tidewell("large --min-size 1X " + globals()).exitCode, 2);
+}
+
+TEST_F(TidewellTest, JunkReportsTrashDownloadsAndTheirLog) {
+    home.file(".local/share/Trash/files/old.iso", 5000);
+    home.file("Downloads/setup.deb", 700);
+    auto log = scratch.at("analytics.jsonl");
+    auto run = tidewell("junk --json --only trashFiles,downloadsFiles " + globals() + " --analytics-log " +
+                        shellQuoted(log));
+    ASSERT_EQ(run.exitCode, 0);
+    auto json = nlohmann::json::parse(run.out);
+    ASSERT_EQ(json["trash"].size(), 1u);
+    EXPECT_EQ(json["trash"][0]["path"], home.at(".local/share/Trash/files/old.iso"));
+    ASSERT_EQ(json["downloads"].size(), 1u);
+    EXPECT_EQ(json["downloads"][0]["size"], 700);
+    auto lines = slurp(log);
+    EXPECT_NE(lines.find("[TrashScan] found_item"), std::string::npos);
+    EXPECT_NE(lines.find(R"("part":"downloads")"), std::string::npos);
+}
+
+} // namespace

@@ -20,32 +20,16 @@ std::vector<std::string> sorted(std::vector<std::string> paths) {
     return paths;
 }
 
-class SystemJunkTest : public ::testing::Test {
+class SystemJunkTest : public JunkCategoryTest {
 protected:
-    std::vector<std::string> scan(bool JunkFileFinderConfig::*category, const std::string& requirement,
-                                  std::vector<std::string> excluded = {}) {
-        recorder = std::make_shared<JunkScanRecorder>();
-        auto finder = JunkFileFinder::make();
-        finder->delegate = recorder;
-        for (const auto& path : excluded)
-            finder->exclubeFilesUrls.push_back(URL::fileURL(path));
-        EXPECT_TRUE(runJunkScan(*finder, onlyConfig(category), *recorder));
-        return sorted(recorder->paths(requirement));
-    }
     std::vector<std::string> scanCaches(std::vector<std::string> excluded = {}) {
-        return scan(&JunkFileFinderConfig::systemCaches, "systemCacheFound", std::move(excluded));
+        return scan(&JunkFileFinderConfig::systemCaches, "systemCacheFound", excluded);
     }
     std::vector<std::string> scanLogs(std::vector<std::string> excluded = {}) {
-        return scan(&JunkFileFinderConfig::systemLogs, "systemLogFound", std::move(excluded));
+        return scan(&JunkFileFinderConfig::systemLogs, "systemLogFound", excluded);
     }
     std::string caches(const std::string& name) const { return root.at("Library/Caches/" + name); }
     std::string varLog(const std::string& name) const { return root.at("private/var/log/" + name); }
-
-    TempTree root, home;
-    ScopedSystemPaths paths{root.path(), home.path()};
-    ScopedRecordingAnalytics analytics;
-    // The recorder of the last scan.
-    std::shared_ptr<JunkScanRecorder> recorder;
 };
 
 TEST_F(SystemJunkTest, CachesAreTopLevelEntriesSizedAsTheUserCountsThem) {

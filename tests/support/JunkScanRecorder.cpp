@@ -1,5 +1,7 @@
 #include "tests/support/JunkScanRecorder.h"
 
+#include <algorithm>
+
 namespace core::testing {
 
 void JunkScanRecorder::record(const std::string& requirement, std::optional<File> file) {
@@ -76,6 +78,20 @@ JunkFileFinderConfig onlyConfig(bool JunkFileFinderConfig::*field) {
     auto config = noneConfig();
     config.*field = true;
     return config;
+}
+
+std::vector<std::string> JunkCategoryTest::scan(bool JunkFileFinderConfig::*category,
+                                                const std::string& requirement,
+                                                const std::vector<std::string>& excluded) {
+    recorder = std::make_shared<JunkScanRecorder>();
+    auto finder = JunkFileFinder::make();
+    finder->delegate = recorder;
+    for (const auto& path : excluded)
+        finder->exclubeFilesUrls.push_back(URL::fileURL(path));
+    EXPECT_TRUE(runJunkScan(*finder, onlyConfig(category), *recorder));
+    auto found = recorder->paths(requirement);
+    std::sort(found.begin(), found.end());
+    return found;
 }
 
 } // namespace core::testing

@@ -4,6 +4,11 @@
 
 #include "Core/junk/JunkFileFinder.h"
 
+#include "tests/support/RecordingAnalytics.h"
+#include "tests/support/TempTree.h"
+
+#include <gtest/gtest.h>
+
 #include <atomic>
 #include <map>
 #include <mutex>
@@ -56,5 +61,20 @@ bool runJunkScan(JunkFileFinder& finder, const JunkFileFinderConfig& config,
 
 JunkFileFinderConfig onlyConfig(bool JunkFileFinderConfig::*field);
 JunkFileFinderConfig noneConfig();
+
+// A macOS-like root and a home folder in temporary trees, analytics recorded, no mounted volumes;
+// scan() runs one category of a fresh finder and answers the sorted paths it found.
+class JunkCategoryTest : public ::testing::Test {
+protected:
+    std::vector<std::string> scan(bool JunkFileFinderConfig::*category, const std::string& requirement,
+                                  const std::vector<std::string>& excluded = {});
+
+    TempTree root, home;
+    ScopedSystemPaths paths{root.path(), home.path()};
+    ScopedMountTable volumes{{}};
+    ScopedRecordingAnalytics analytics;
+    // The recorder of the last scan.
+    std::shared_ptr<JunkScanRecorder> recorder;
+};
 
 } // namespace core::testing

@@ -1,5 +1,7 @@
 #include "tests/support/TempTree.h"
 
+#include "Core/platform/MountedVolumes.h"
+
 #include <filesystem>
 #include <fstream>
 #include <stdexcept>
@@ -56,6 +58,18 @@ ScopedSystemPaths::ScopedSystemPaths(const std::string& root, const std::string&
 
 ScopedSystemPaths::~ScopedSystemPaths() {
     SystemPaths::shared().configure(previousRoot_, previousHome_);
+}
+
+ScopedMountTable::ScopedMountTable(const std::vector<std::string>& mountPoints) {
+    std::ofstream table(folder_.file("mountinfo"));
+    int id = 40;
+    for (const auto& point : mountPoints)
+        table << id++ << " 1 8:1 / " << point << " rw,relatime - ext4 /dev/sdz1 rw\n";
+    setMountInfoFile(folder_.at("mountinfo"));
+}
+
+ScopedMountTable::~ScopedMountTable() {
+    setMountInfoFile("");
 }
 
 } // namespace core::testing

@@ -6,6 +6,7 @@
 
 #include <cstdint>
 #include <string>
+#include <vector>
 
 namespace core::testing {
 
@@ -38,6 +39,16 @@ public:
 
 private:
     std::string previousRoot_, previousHome_;
+};
+
+// Makes the given folders the only mounted volumes for the life of the object.
+class ScopedMountTable {
+public:
+    explicit ScopedMountTable(const std::vector<std::string>& mountPoints);
+    ~ScopedMountTable();
+
+private:
+    TempTree folder_;
 };
 
 } // namespace core::testing
