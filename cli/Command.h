@@ -38,5 +38,7 @@ public:
 std::unique_ptr<Command> makeJunkCommand();
 std::unique_ptr<Command> makeSizeCommand();
 std::unique_ptr<Command> makeLargeCommand();
+std::unique_ptr<Command> makeRulesCommand();
+std::unique_ptr<Command> makeOrgCommand();
 
 } // namespace tidewell

@@ -39,8 +39,10 @@ void applyGlobalOptions(tidewell::GlobalOptions& options) {
         options.home = home ? home : "/";
     }
     requireFolder(options.home, "the home folder");
-    if (!options.resources.empty())
+    if (!options.resources.empty()) {
         requireReadableFolder(options.resources, "the resources folder");
+        core::SystemPaths::shared().setResourcesDirectory(absolute(options.resources));
+    }
     core::SystemPaths::shared().configure(absolute(options.root), absolute(options.home));
     if (!options.analyticsLog.empty())
         core::setAnalytics(std::make_shared<tidewell::JsonLinesAnalytics>(options.analyticsLog));
@@ -61,7 +63,8 @@ int main(int argc, char** argv) {
     app.add_flag("--quiet", options.quiet, "no progress");
 
     std::vector<std::pair<std::unique_ptr<tidewell::Command>, CLI::App*>> commands;
-    for (auto make : {tidewell::makeJunkCommand, tidewell::makeLargeCommand, tidewell::makeSizeCommand}) {
+    for (auto make : {tidewell::makeJunkCommand, tidewell::makeLargeCommand, tidewell::makeSizeCommand,
+                      tidewell::makeRulesCommand, tidewell::makeOrgCommand}) {
         auto command = make();
         auto* sub = command->attach(app);
         commands.emplace_back(std::move(command), sub);

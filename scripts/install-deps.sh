@@ -7,7 +7,7 @@ packages=(
   build-essential cmake ninja-build pkg-config clang-format
   libboost-dev libsqlite3-dev libyaml-cpp-dev libssl-dev libicu-dev
   libplist-dev libexpat1-dev libvips-dev libmagic-dev
-  nlohmann-json3-dev libcli11-dev libgtest-dev libgmock-dev libbenchmark-dev
+  publicsuffix nlohmann-json3-dev libcli11-dev libgtest-dev libgmock-dev libbenchmark-dev
 )
 
 missing=()

@@ -41,6 +41,17 @@ void SystemPaths::configure(std::string root, std::string home) {
     home_ = withoutTrailingSlash(home.empty() ? "/" : std::move(home));
 }
 
+void SystemPaths::setResourcesDirectory(std::string directory) {
+    std::lock_guard lock(mutex_);
+    resources_ = withoutTrailingSlash(std::move(directory));
+}
+
+// Until a host says otherwise, the documents are those this build made or installed.
+std::string SystemPaths::resourcesDirectory() const {
+    std::lock_guard lock(mutex_);
+    return resources_.empty() ? CORE_RESOURCES_DIR : resources_;
+}
+
 std::string SystemPaths::root() const {
     std::lock_guard lock(mutex_);
     return root_;

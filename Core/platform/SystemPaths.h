@@ -18,6 +18,9 @@ public:
     // The process-wide paths: root "/" and $HOME until configured.
     static SystemPaths& shared();
     void configure(std::string root, std::string home);
+    // Where the library's resource documents (rules, vendors, groups, public suffixes) are read.
+    void setResourcesDirectory(std::string directory);
+    std::string resourcesDirectory() const;
 
     std::string root() const;
     std::string home() const;
@@ -40,6 +43,7 @@ private:
     mutable std::mutex mutex_;
     std::string root_;
     std::string home_;
+    std::string resources_;
 };
 
 } // namespace core

@@ -170,3 +170,57 @@ TEST_F(TidewellTest, JunkReportsTrashDownloadsAndTheirLog) {
 }
 
 } // namespace
+
+namespace {
+
+TEST_F(TidewellTest, OrgNamesTheOrganisationVendorAndGroup) {
+    auto run = tidewell("org --json com.example.app uk.co.example.app com.microsoft.Word");
+    ASSERT_EQ(run.exitCode, 0);
+    auto json = nlohmann::json::parse(run.out);
+    ASSERT_EQ(json.size(), 3u);
+    EXPECT_EQ(json[0]["organization"], "example");
+    EXPECT_EQ(json[1]["organization"], "example");
+    EXPECT_EQ(json[0]["vendor"], "Other");
+    EXPECT_TRUE(json[0]["group"].is_null());
+    EXPECT_EQ(json[2]["vendor"], "Microsoft");
+    EXPECT_EQ(json[2]["group"], "Microsoft Office");
+    EXPECT_EQ(tidewell("org --resources " + shellQuoted(scratch.path()) + " com.example.app").exitCode, 2);
+}
+
+TEST_F(TidewellTest, RulesShowTheShippedDocumentWithNothingDropped) {
+    auto run = tidewell("rules --json");
+    ASSERT_EQ(run.exitCode, 0);
+    auto json = nlohmann::json::parse(run.out);
+    EXPECT_TRUE(json["dropped"].empty());
+    EXPECT_GE(json["rules"]["bundleID"].get<int>(), 60);
+    EXPECT_GT(json["indexes"]["full"]["nodes"].get<int>(),
+              json["indexes"]["cacheAndLog"]["nodes"].get<int>());
+}
+
+TEST_F(TidewellTest, RulesCheckListsDroppedEntriesAndRefusesBrokenDocuments) {
+    auto document = scratch.file("rules.yaml");
+    std::ofstream(document)
+        << "com.example.app:\n  caches:\n    cache: [Lib/Caches/Example, Var/x/y, 'Lib/^(bad']\n";
+    auto run = tidewell("rules --json --check " + shellQuoted(document));
+    EXPECT_EQ(run.exitCode, 1);
+    auto dropped = nlohmann::json::parse(run.out)["dropped"];
+    ASSERT_EQ(dropped.size(), 2u);
+    EXPECT_EQ(dropped[0]["entry"], "Var/x/y");
+    EXPECT_NE(dropped[0]["reason"].get<std::string>().find("unknown root"), std::string::npos);
+
+    std::ofstream(document) << "'': {}\n";
+    EXPECT_EQ(tidewell("rules --check " + shellQuoted(document)).exitCode, 2);
+}
+
+TEST_F(TidewellTest, RulesEncryptAndDecryptRoundTrip) {
+    auto plain = scratch.file("plain.yaml");
+    std::ofstream(plain) << "com.example.app:\n  organization: Example\n";
+    auto cipher = scratch.at("rules.txt"), back = scratch.at("back.yaml");
+    ASSERT_EQ(tidewell("rules --encrypt " + shellQuoted(plain) + " " + shellQuoted(cipher)).exitCode, 0);
+    EXPECT_NE(slurp(cipher), slurp(plain));
+    ASSERT_EQ(tidewell("rules --decrypt " + shellQuoted(cipher) + " " + shellQuoted(back)).exitCode, 0);
+    EXPECT_EQ(slurp(back), slurp(plain));
+    EXPECT_EQ(tidewell("rules --decrypt " + shellQuoted(plain) + " " + shellQuoted(back)).exitCode, 2);
+}
+
+} // namespace

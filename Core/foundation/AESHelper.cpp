@@ -1,0 +1,70 @@
+#include "Core/foundation/AESHelper.h"
+
+#include <algorithm>
+#include <memory>
+#include <openssl/evp.h>
+#include <unicode/utf8.h>
+
+namespace core {
+namespace {
+
+const unsigned char key[] = "Marrowe504182736";
+const unsigned char vector[] = "7305918264730591";
+
+struct ContextFree {
+    void operator()(EVP_CIPHER_CTX* context) const { EVP_CIPHER_CTX_free(context); }
+};
+
+std::optional<std::string> run(const std::string& input, bool encrypting) {
+    std::unique_ptr<EVP_CIPHER_CTX, ContextFree> context(EVP_CIPHER_CTX_new());
+    if (!context ||
+        EVP_CipherInit_ex(context.get(), EVP_aes_128_cbc(), nullptr, key, vector, encrypting ? 1 : 0) != 1)
+        return std::nullopt;
+    std::string output(input.size() + 16, '\0');
+    int written = 0, finished = 0;
+    auto* out = reinterpret_cast<unsigned char*>(output.data());
+    if (EVP_CipherUpdate(context.get(), out, &written, reinterpret_cast<const unsigned char*>(input.data()),
+                         static_cast<int>(input.size())) != 1 ||
+        EVP_CipherFinal_ex(context.get(), out + written, &finished) != 1)
+        return std::nullopt;
+    output.resize(static_cast<std::size_t>(written + finished));
+    return output;
+}
+
+bool isValidUtf8(const std::string& text) {
+    const auto* bytes = reinterpret_cast<const uint8_t*>(text.data());
+    int32_t length = static_cast<int32_t>(text.size());
+    for (int32_t offset = 0; offset < length;) {
+        UChar32 c;
+        U8_NEXT(bytes, offset, length, c);
+        if (c < 0)
+            return false;
+    }
+    return true;
+}
+
+} // namespace
+
+const AESHelper& AESHelper::shared() {
+    static const AESHelper helper;
+    return helper;
+}
+
+std::optional<std::string> AESHelper::decrypt(const std::string& data) const {
+    // An empty input is no ciphertext: there is not even a padding block.
+    if (data.empty() || data.size() % 16 != 0)
+        return std::nullopt;
+    auto plain = run(data, false);
+    if (!plain)
+        return std::nullopt;
+    if (!isValidUtf8(*plain))
+        return std::string();
+    plain->erase(std::remove(plain->begin(), plain->end(), '\0'), plain->end());
+    return plain;
+}
+
+std::string AESHelper::encrypt(const std::string& text) const {
+    return run(text, true).value_or(std::string());
+}
+
+} // namespace core

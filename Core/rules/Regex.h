@@ -1,0 +1,52 @@
+// A compiled regular expression in the syntax the rule document is written in (ICU's), with named
+// groups. Two expressions compiled from the same pattern and options are equal and hash alike,
+// though they are different objects.
+//
+// Threading: immutable; matching from many threads at once is safe.
+#pragma once
+
+#include "Core/foundation/CaseInsensitiveString.h"
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <unicode/regex.h>
+
+namespace core {
+
+class Regex {
+public:
+    // Absent, with the reason in `error`, when the pattern does not compile.
+    static std::optional<Regex> compile(const std::string& pattern, bool caseInsensitive,
+                                        std::string* error = nullptr);
+
+    struct Match {
+        // The text of the group named "id", when the pattern has one and it took part.
+        std::optional<std::string> id;
+    };
+    // The first match anywhere in the text, unanchored unless the pattern anchors itself.
+    std::optional<Match> firstMatch(const std::string& text) const;
+    bool matches(const std::string& text) const { return firstMatch(text).has_value(); }
+
+    const std::string& pattern() const { return pattern_; }
+    bool caseInsensitive() const { return caseInsensitive_; }
+
+    friend bool operator==(const Regex& a, const Regex& b) {
+        return a.pattern_ == b.pattern_ && a.caseInsensitive_ == b.caseInsensitive_;
+    }
+
+private:
+    Regex() = default;
+    std::string pattern_;
+    bool caseInsensitive_ = false;
+    int idGroup_ = -1;
+    std::shared_ptr<const icu::RegexPattern> compiled_;
+};
+
+} // namespace core
+
+template <> struct std::hash<core::Regex> {
+    std::size_t operator()(const core::Regex& regex) const noexcept {
+        return std::hash<std::string>()(regex.pattern()) ^ (regex.caseInsensitive() ? 1 : 0);
+    }
+};
