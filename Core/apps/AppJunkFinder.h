@@ -7,7 +7,7 @@
 // current file on the work queue.
 #pragma once
 
-#include "Core/foundation/AppFile.h"
+#include "Core/apps/InstalledApps.h"
 #include "Core/foundation/FileFinderContext.h"
 
 #include <memory>
@@ -35,11 +35,17 @@ struct AppJunkOptions {
     bool internetCaches = false;
 };
 
+// Finds the caches and logs of the installed applications with the cache-and-log index, then, in
+// a second walk over all rules, what no installed application claims, under the id its path names.
+// Xcode's data is reported apart (macAppExtraJunkFound) and only under the `xcode` switch; caches
+// of web content (HTTP storages, WebKit data) count under `internetCaches`, all other caches under
+// `appCaches`. The second walk offers nothing an installed application took, nothing without an
+// owner id, and nothing the black or system rules claim.
 class AppJunkFinder : public std::enable_shared_from_this<AppJunkFinder> {
 public:
-    static std::shared_ptr<AppJunkFinder> make() {
-        return std::shared_ptr<AppJunkFinder>(new AppJunkFinder());
-    }
+    // Over the process-wide rules and cache-and-log index, loaded on the first start.
+    static std::shared_ptr<AppJunkFinder> make();
+    static std::shared_ptr<AppJunkFinder> make(const RuleManager& rules, const AppFileRule& index);
 
     void start(const AppJunkOptions& options);
     void stop();
@@ -51,9 +57,13 @@ public:
     std::vector<std::string> exclubeAppIds;
 
 private:
-    AppJunkFinder() = default;
+    AppJunkFinder(const RuleManager* rules, const AppFileRule* index) : rules_(rules), index_(index) {}
     void run(const AppJunkOptions& options);
     void finish();
+
+    // Null until the first start, for the process-wide ones.
+    const RuleManager* rules_;
+    const AppFileRule* index_;
 };
 
 } // namespace core

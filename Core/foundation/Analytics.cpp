@@ -1,5 +1,6 @@
 #include "Core/foundation/Analytics.h"
 
+#include <charconv>
 #include <mutex>
 
 namespace core {
@@ -19,6 +20,12 @@ std::shared_ptr<IAnalytics>& installedSink() {
 }
 
 } // namespace
+
+std::string shortestDecimal(double value) {
+    char text[32];
+    auto result = std::to_chars(text, text + sizeof text, value);
+    return std::string(text, result.ptr);
+}
 
 std::shared_ptr<IAnalytics> analytics() {
     std::lock_guard lock(sinkMutex);

@@ -19,6 +19,9 @@ public:
     virtual void log(const std::string& text, int level) = 0;
 };
 
+// A number as event tables write it: the shortest decimal text that reads back as the same double.
+std::string shortestDecimal(double value);
+
 // The sink in use; never null.
 std::shared_ptr<IAnalytics> analytics();
 // Null restores the sink that drops everything.

@@ -34,4 +34,10 @@ URL URL::deletingLastPathComponent() const {
     return fileURL(slash == 0 ? "/" : path_.substr(0, slash));
 }
 
+bool isSameOrInside(const std::string& path, const std::string& ancestor) {
+    if (path.size() < ancestor.size() || path.compare(0, ancestor.size(), ancestor) != 0)
+        return false;
+    return path.size() == ancestor.size() || ancestor == "/" || path[ancestor.size()] == '/';
+}
+
 } // namespace core

@@ -29,6 +29,9 @@ private:
     std::string path_;
 };
 
+// Whether `path` is `ancestor` or lies inside it, compared by whole components.
+bool isSameOrInside(const std::string& path, const std::string& ancestor);
+
 } // namespace core
 
 template <> struct std::hash<core::URL> {

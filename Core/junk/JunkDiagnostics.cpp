@@ -2,15 +2,7 @@
 
 #include "Core/foundation/Analytics.h"
 
-#include <charconv>
-
 namespace core {
-
-std::string shortestDecimal(double value) {
-    char text[32];
-    auto result = std::to_chars(text, text + sizeof text, value);
-    return std::string(text, result.ptr);
-}
 
 AnalyticsParams JunkCategoryTally::sendEvent(const std::string& part) const {
     auto elapsed =

@@ -45,7 +45,4 @@ private:
     std::int64_t total_ = 0;
 };
 
-// The shortest decimal text that reads back as the same double.
-std::string shortestDecimal(double value);
-
 } // namespace core

@@ -10,8 +10,8 @@
 #include "Core/apps/AppJunkFinder.h"
 #include "Core/foundation/AppFile.h"
 #include "Core/foundation/FileFinderContext.h"
+#include "Core/foundation/JunkExclusions.h"
 #include "Core/foundation/Progress.h"
-#include "Core/junk/JunkExclusions.h"
 #include "Core/junk/JunkQueries.h"
 
 #include <memory>

@@ -7,7 +7,7 @@
 #pragma once
 
 #include "Core/foundation/File.h"
-#include "Core/junk/JunkExclusions.h"
+#include "Core/foundation/JunkExclusions.h"
 
 #include <functional>
 #include <string>

@@ -1,6 +1,6 @@
 #include "Core/junk/LargeFileFinder.h"
 
-#include "Core/junk/JunkExclusions.h"
+#include "Core/foundation/JunkExclusions.h"
 #include "Core/platform/SystemPaths.h"
 
 namespace core {

@@ -5,8 +5,8 @@
 // Threading: runs on the junk scan's serial queue, under its FileFinderContext.
 #pragma once
 
+#include "Core/foundation/JunkExclusions.h"
 #include "Core/junk/JunkDiagnostics.h"
-#include "Core/junk/JunkExclusions.h"
 
 namespace core {
 

@@ -7,8 +7,8 @@
 #pragma once
 
 #include "Core/foundation/Analytics.h"
+#include "Core/foundation/JunkExclusions.h"
 #include "Core/junk/JunkDiagnostics.h"
-#include "Core/junk/JunkExclusions.h"
 
 namespace core {
 

@@ -1,4 +1,4 @@
-#include "Core/junk/JunkExclusions.h"
+#include "Core/foundation/JunkExclusions.h"
 
 #include "Core/foundation/FileManager.h"
 
@@ -32,12 +32,6 @@ std::vector<URL> siblingsAlongTheWay(const URL& top, const URL& excluded) {
 }
 
 } // namespace
-
-bool isSameOrInside(const std::string& path, const std::string& ancestor) {
-    if (path.size() < ancestor.size() || path.compare(0, ancestor.size(), ancestor) != 0)
-        return false;
-    return path.size() == ancestor.size() || ancestor == "/" || path[ancestor.size()] == '/';
-}
 
 bool JunkExclusions::excludes(const URL& entry) const {
     for (const auto& excluded : excluded_)

@@ -27,7 +27,4 @@ private:
     std::vector<URL> excluded_;
 };
 
-// Whether `path` is `ancestor` or lies inside it, compared by whole components.
-bool isSameOrInside(const std::string& path, const std::string& ancestor);
-
 } // namespace core

@@ -1,0 +1,199 @@
+#include "Core/apps/AppBundle.h"
+
+#include "Core/platform/Bundle.h"
+#include "Core/platform/SystemPaths.h"
+
+#include <deque>
+#include <dirent.h>
+#include <random>
+#include <sys/stat.h>
+#include <sys/xattr.h>
+
+namespace core {
+namespace {
+
+struct Identity {
+    CaseInsensitiveString bundleID;
+    CaseInsensitiveString name;
+};
+
+// An application-like bundle: an identifier, and an executable in a "MacOS" folder.
+std::optional<Identity> identify(const std::string& path) {
+    if (!isValidBundleURL(path))
+        return std::nullopt;
+    auto bundle = Bundle::open(path);
+    if (!bundle)
+        return std::nullopt;
+    auto identifier = bundle->bundleIdentifier();
+    auto executable = bundle->executablePath();
+    if (!identifier || !executable)
+        return std::nullopt;
+    auto url = URL::fileURL(*executable);
+    auto folder = url.deletingLastPathComponent();
+    if (folder.lastPathComponent() != "MacOS" || std::count(executable->begin(), executable->end(), '/') < 3)
+        return std::nullopt;
+    auto name = stringValue(bundle->infoDictionary(), "CFBundleName").value_or(url.lastPathComponent());
+    return Identity{*identifier, name};
+}
+
+struct FolderEntry {
+    std::string name;
+    bool isDirectory;
+};
+
+std::vector<FolderEntry> listFolder(const std::string& path) {
+    std::vector<FolderEntry> entries;
+    DIR* dir = ::opendir(path.c_str());
+    if (!dir)
+        return entries;
+    while (dirent* entry = ::readdir(dir)) {
+        std::string name = entry->d_name;
+        if (name == "." || name == "..")
+            continue;
+        struct stat info {};
+        bool folder = ::stat((path + "/" + name).c_str(), &info) == 0 && S_ISDIR(info.st_mode);
+        entries.push_back({name, folder});
+    }
+    ::closedir(dir);
+    return entries;
+}
+
+std::string extensionOf(const std::string& name) {
+    auto dot = name.rfind('.');
+    return dot == std::string::npos || dot == 0 ? std::string() : name.substr(dot + 1);
+}
+
+bool contains(std::initializer_list<const char*> names, const std::string& name) {
+    return std::find(names.begin(), names.end(), name) != names.end();
+}
+
+std::string makeUUIDString() {
+    static thread_local std::mt19937_64 generator{std::random_device{}()};
+    char text[37];
+    std::uint64_t high = generator(), low = generator();
+    std::snprintf(text, sizeof text, "%08X-%04X-4%03X-%04X-%012llX", static_cast<unsigned>(high >> 32),
+                  static_cast<unsigned>((high >> 16) & 0xFFFF), static_cast<unsigned>(high & 0xFFF),
+                  static_cast<unsigned>(0x8000 | ((low >> 48) & 0x3FFF)),
+                  static_cast<unsigned long long>(low & 0xFFFFFFFFFFFFULL));
+    return text;
+}
+
+} // namespace
+
+std::shared_ptr<MacAppBundle> MacAppBundle::make(const URL& url) {
+    auto identity = identify(url.path());
+    if (!identity)
+        return nullptr;
+    auto bundle = std::make_shared<MacAppBundle>();
+    bundle->url_ = url;
+    bundle->bundleID_ = identity->bundleID;
+    bundle->bundleNames_ = {identity->name, displayNameAtPath(url.path())};
+    return bundle;
+}
+
+// Goes only where nested code is kept, never through a bundle's resources.
+void MacAppBundle::loadSubBundles() {
+    std::deque<std::string> folders = {url_.path() + "/Contents"};
+    while (!folders.empty()) {
+        std::string folder = std::move(folders.front());
+        folders.pop_front();
+        for (const auto& entry : listFolder(folder)) {
+            if (!entry.isDirectory)
+                continue;
+            std::string path = folder + "/" + entry.name;
+            std::string extension = extensionOf(entry.name);
+            if (extension.empty()) {
+                if (contains({"Frameworks", "MacOS", "Library", "LoginItems", "PlugIns", "Applications",
+                              "XPCServices", "Developer", "SharedSupport"},
+                             entry.name))
+                    folders.push_back(path);
+            } else if (extension == "framework") {
+                for (const auto& version : listFolder(path + "/Versions"))
+                    if (version.isDirectory)
+                        folders.push_back(path + "/Versions/" + version.name);
+            } else if (contains({"app", "appex", "xpc", "bundle", "qlgenerator", "mdimporter"}, extension)) {
+                if (auto identity = identify(path)) {
+                    bundleIDs_.push_back(identity->bundleID);
+                    bundleNames_.push_back(identity->name);
+                }
+                folders.push_back(path + "/Contents");
+            }
+        }
+    }
+}
+
+CaseInsensitiveString IOSAppUUIDMapper::uuid(const CaseInsensitiveString& bundleID) {
+    {
+        std::lock_guard lock(lock_);
+        if (auto known = uuids_.find(bundleID); known != uuids_.end())
+            return known->second;
+    }
+    std::string containers = SystemPaths::shared().inHome("Library/Containers");
+    for (const auto& entry : listFolder(containers)) {
+        {
+            std::lock_guard lock(lock_);
+            bool known = std::any_of(uuids_.begin(), uuids_.end(), [&](const auto& pair) {
+                return pair.second == CaseInsensitiveString(entry.name);
+            });
+            if (known)
+                continue;
+        }
+        auto metadata =
+            readPlistContent(containers + "/" + entry.name + "/.com.apple.containermanagerd.metadata.plist");
+        auto identifier = metadata ? stringValue(*metadata, "MCMMetadataIdentifier") : std::nullopt;
+        if (!identifier)
+            continue;
+        std::lock_guard lock(lock_);
+        uuids_.insert_or_assign(CaseInsensitiveString(*identifier), CaseInsensitiveString(entry.name));
+    }
+    std::lock_guard lock(lock_);
+    if (auto known = uuids_.find(bundleID); known != uuids_.end())
+        return known->second;
+    return CaseInsensitiveString(makeUUIDString());
+}
+
+void IOSAppUUIDMapper::clear() {
+    std::lock_guard lock(lock_);
+    uuids_.clear();
+}
+
+std::shared_ptr<WrappedBundle> WrappedBundle::make(const URL& url,
+                                                   const std::shared_ptr<IOSAppUUIDMapper>& uuidMapper) {
+    std::string applications = SystemPaths::shared().resolve("/Applications") + "/";
+    struct stat info {};
+    if (url.path().rfind(applications, 0) != 0 || ::stat(url.path().c_str(), &info) != 0 ||
+        !S_ISDIR(info.st_mode))
+        return nullptr;
+    auto wrapped = Bundle::open(url.path() + "/WrappedBundle");
+    auto identifier = wrapped ? wrapped->bundleIdentifier() : std::nullopt;
+    if (!identifier)
+        return nullptr;
+    auto bundle = std::make_shared<WrappedBundle>();
+    bundle->url_ = url;
+    bundle->uuidMapper_ = uuidMapper;
+    bundle->bundleID_ = uuidMapper->uuid(*identifier);
+    return bundle;
+}
+
+void WrappedBundle::loadSubBundles() {
+    std::string plugIns = url_.path() + "/WrappedBundle/PlugIns";
+    for (const auto& entry : listFolder(plugIns)) {
+        if (!entry.isDirectory)
+            continue;
+        auto bundle = Bundle::open(plugIns + "/" + entry.name);
+        if (auto identifier = bundle ? bundle->bundleIdentifier() : std::nullopt)
+            bundleIDs_.push_back(uuidMapper_->uuid(*identifier));
+    }
+}
+
+std::shared_ptr<AppBundle> AppBundleLoader::load(const URL& url) const {
+    if (auto bundle = MacAppBundle::make(url))
+        return bundle;
+    return WrappedBundle::make(url, uuidMapper);
+}
+
+bool rootless(const URL& url) {
+    return ::lgetxattr(url.path().c_str(), "user.com.apple.rootless", nullptr, 0) != -1;
+}
+
+} // namespace core

@@ -1,0 +1,114 @@
+#include "Core/apps/ApplicationList.h"
+
+#include "Core/foundation/CaseInsensitiveString.h"
+#include "Core/platform/MetadataQuery.h"
+#include "Core/platform/SystemPaths.h"
+
+#include <algorithm>
+#include <climits>
+#include <dirent.h>
+#include <set>
+#include <sys/stat.h>
+
+namespace core {
+namespace {
+
+constexpr int folderWalkDepth = 3;
+
+bool hasAppExtension(const std::string& name) {
+    return name.size() > 4 &&
+           CaseInsensitiveString(name.substr(name.size() - 4)) == CaseInsensitiveString(".app");
+}
+
+std::vector<std::string> applicationFolders() {
+    const auto& paths = SystemPaths::shared();
+    return {paths.resolve("/Applications"), paths.inHome("Applications")};
+}
+
+// The index's answer for application bundles in the applications folders and the home folder.
+void addFromIndex(std::set<std::string>& found) {
+    auto query = MetadataQuery::make();
+    query->setPredicate(MetadataPredicate::parse("kMDItemContentType == 'com.apple.application-bundle'"));
+    auto scopes = applicationFolders();
+    scopes.push_back(SystemPaths::shared().home());
+    query->setSearchScopes(scopes);
+    query->setOperationQueue(OperationQueue::make("applicationURLs", 1));
+    DispatchSemaphore finished(0);
+    query->setDidFinishGathering([&] { finished.signal(); });
+    if (!query->startQuery())
+        return;
+    finished.wait();
+    query->setDidFinishGathering(nullptr);
+    for (const auto& item : query->results())
+        found.insert(item.path());
+}
+
+// Symbolic links stand for aliases: one that leads to an application bundle counts as that bundle.
+void walkFolder(const std::string& folder, int depth, std::set<std::string>& found) {
+    DIR* dir = ::opendir(folder.c_str());
+    if (!dir)
+        return;
+    std::vector<std::string> entries;
+    while (dirent* entry = ::readdir(dir))
+        if (entry->d_name[0] != '.')
+            entries.push_back(entry->d_name);
+    ::closedir(dir);
+    for (const auto& name : entries) {
+        std::string path = folder + "/" + name;
+        struct stat info {};
+        if (::stat(path.c_str(), &info) != 0 || !S_ISDIR(info.st_mode))
+            continue;
+        struct stat link {};
+        bool alias = ::lstat(path.c_str(), &link) == 0 && S_ISLNK(link.st_mode);
+        std::string target = path;
+        if (alias) {
+            char resolved[PATH_MAX];
+            if (!::realpath(path.c_str(), resolved))
+                continue;
+            target = resolved;
+        }
+        if (hasAppExtension(target))
+            found.insert(target);
+        else if (!alias && depth > 1)
+            walkFolder(path, depth - 1, found);
+    }
+}
+
+std::vector<URL> without(const std::set<std::string>& found, const std::vector<URL>& excluding) {
+    std::vector<URL> urls;
+    for (const auto& path : found) {
+        auto url = URL::fileURL(path);
+        if (std::find(excluding.begin(), excluding.end(), url) == excluding.end())
+            urls.push_back(url);
+    }
+    return urls;
+}
+
+} // namespace
+
+std::vector<URL> applicationURLs(const std::vector<URL>& excluding) {
+    std::set<std::string> found;
+    addFromIndex(found);
+    for (const auto& folder : applicationFolders())
+        walkFolder(folder, folderWalkDepth, found);
+    return without(found, excluding);
+}
+
+bool passesApplicationPathFilter(const std::string& path) {
+    if (path.find("/.") != std::string::npos)
+        return false;
+    std::string lowered = CaseInsensitiveString(path).lowercaseString();
+    for (const char* marker :
+         {"/applications (parallels)/", ".vmwarevm/", ".pvm/", "framework/", ".app/", ".bundle/"})
+        if (lowered.find(marker) != std::string::npos)
+            return false;
+    return true;
+}
+
+std::vector<URL> filteredApplicationURLs(const std::vector<URL>& excluding) {
+    auto urls = applicationURLs(excluding);
+    std::erase_if(urls, [](const URL& url) { return !passesApplicationPathFilter(url.path()); });
+    return urls;
+}
+
+} // namespace core

@@ -1,0 +1,88 @@
+#include "Core/platform/Process.h"
+
+#include <cerrno>
+#include <fcntl.h>
+#include <map>
+#include <mutex>
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unicode/utf8.h>
+#include <unistd.h>
+
+extern char** environ;
+
+namespace core {
+namespace {
+
+std::mutex tableMutex;
+std::map<std::string, std::string> replacements;
+
+bool isValidUtf8(const std::string& text) {
+    const auto* bytes = reinterpret_cast<const uint8_t*>(text.data());
+    int32_t length = static_cast<int32_t>(text.size());
+    for (int32_t offset = 0; offset < length;) {
+        UChar32 c;
+        U8_NEXT(bytes, offset, length, c);
+        if (c < 0)
+            return false;
+    }
+    return true;
+}
+
+} // namespace
+
+CommandTable& CommandTable::shared() {
+    static CommandTable table;
+    return table;
+}
+
+std::string CommandTable::resolve(const std::string& command) const {
+    std::lock_guard lock(tableMutex);
+    auto found = replacements.find(command);
+    return found == replacements.end() ? command : found->second;
+}
+
+void CommandTable::setReplacement(const std::string& command, std::string program) {
+    std::lock_guard lock(tableMutex);
+    if (program.empty())
+        replacements.erase(command);
+    else
+        replacements[command] = std::move(program);
+}
+
+std::string taskSyncRunner(const std::string& command, const std::vector<std::string>& args) {
+    std::string program = CommandTable::shared().resolve(command);
+    int pipeEnds[2];
+    if (::pipe2(pipeEnds, O_CLOEXEC) != 0)
+        return {};
+    posix_spawn_file_actions_t actions;
+    posix_spawn_file_actions_init(&actions);
+    posix_spawn_file_actions_adddup2(&actions, pipeEnds[1], STDOUT_FILENO);
+    std::vector<char*> argv = {program.data()};
+    std::vector<std::string> copies(args);
+    for (auto& arg : copies)
+        argv.push_back(arg.data());
+    argv.push_back(nullptr);
+    pid_t child = 0;
+    int spawned = ::posix_spawn(&child, program.c_str(), &actions, nullptr, argv.data(), environ);
+    posix_spawn_file_actions_destroy(&actions);
+    ::close(pipeEnds[1]);
+    std::string output;
+    if (spawned == 0) {
+        char buffer[8192];
+        for (ssize_t got; (got = ::read(pipeEnds[0], buffer, sizeof buffer)) != 0;) {
+            if (got < 0 && errno == EINTR)
+                continue;
+            if (got < 0)
+                break;
+            output.append(buffer, static_cast<std::size_t>(got));
+        }
+        int status = 0;
+        while (::waitpid(child, &status, 0) < 0 && errno == EINTR) {
+        }
+    }
+    ::close(pipeEnds[0]);
+    return isValidUtf8(output) ? output : std::string();
+}
+
+} // namespace core
