@@ -40,5 +40,8 @@ std::unique_ptr<Command> makeSizeCommand();
 std::unique_ptr<Command> makeLargeCommand();
 std::unique_ptr<Command> makeRulesCommand();
 std::unique_ptr<Command> makeOrgCommand();
+std::unique_ptr<Command> makeAppsCommand();
+std::unique_ptr<Command> makeAppFilesCommand();
+std::unique_ptr<Command> makeLeftoversCommand();
 
 } // namespace tidewell

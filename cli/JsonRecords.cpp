@@ -1,8 +1,6 @@
 #include "cli/JsonRecords.h"
 
 namespace tidewell {
-namespace {
-
 const char* ownerType(const core::App& owner) {
     if (owner.type == core::App::Type::app)
         return "app";
@@ -16,8 +14,6 @@ const char* ownerType(const core::App& owner) {
     }
     return "bundleID";
 }
-
-} // namespace
 
 nlohmann::json toJson(const core::File& file) {
     return {{"path", file.url.path()}, {"size", file.size}};

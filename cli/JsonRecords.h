@@ -7,6 +7,9 @@
 
 namespace tidewell {
 
+// "bundleID", "bundleName", "organization" or "app".
+const char* ownerType(const core::App& owner);
+
 // {"path": P, "size": N}
 nlohmann::json toJson(const core::File& file);
 // {"path": P, "size": N, "kind": K, "owner": {"type": T, "id": S}}

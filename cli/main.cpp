@@ -64,7 +64,8 @@ int main(int argc, char** argv) {
 
     std::vector<std::pair<std::unique_ptr<tidewell::Command>, CLI::App*>> commands;
     for (auto make : {tidewell::makeJunkCommand, tidewell::makeLargeCommand, tidewell::makeSizeCommand,
-                      tidewell::makeRulesCommand, tidewell::makeOrgCommand}) {
+                      tidewell::makeRulesCommand, tidewell::makeOrgCommand, tidewell::makeAppsCommand,
+                      tidewell::makeAppFilesCommand, tidewell::makeLeftoversCommand}) {
         auto command = make();
         auto* sub = command->attach(app);
         commands.emplace_back(std::move(command), sub);

@@ -1,5 +1,5 @@
 // Runs the real tidewell binary as a child process on a macOS-like tree, as a user or script would.
-#include "tests/support/TempTree.h"
+#include "tests/support/AppFixtures.h"
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
@@ -7,6 +7,7 @@
 #include <array>
 #include <cstdio>
 #include <fstream>
+#include <map>
 #include <sstream>
 #include <sys/wait.h>
 
@@ -221,6 +222,68 @@ TEST_F(TidewellTest, RulesEncryptAndDecryptRoundTrip) {
     ASSERT_EQ(tidewell("rules --decrypt " + shellQuoted(cipher) + " " + shellQuoted(back)).exitCode, 0);
     EXPECT_EQ(slurp(back), slurp(plain));
     EXPECT_EQ(tidewell("rules --decrypt " + shellQuoted(plain) + " " + shellQuoted(back)).exitCode, 2);
+}
+
+} // namespace
+
+namespace {
+
+class TidewellAppsTest : public TidewellTest {
+protected:
+    void SetUp() override {
+        core::testing::writeBundle(root, "Applications/Slack.app", "com.tinyspeck.slackmacgap", "Slack");
+        core::testing::writeBundle(root,
+                                   "Applications/Slack.app/Contents/Library/LoginItems/Slack Helper.app",
+                                   "com.tinyspeck.slackmacgap.helper", "Slack Helper");
+        home.file("Library/Application Support/Slack/Cache/data", 4096);
+        home.file("Library/Caches/com.tinyspeck.slackmacgap/Cache.db", 8192);
+        home.file("Library/Logs/Slack/main.log", 100);
+        home.file("Library/Caches/com.gone.tool/data", 2048);
+        home.file("Library/Preferences/com.gone.tool.plist", 10);
+    }
+};
+
+TEST_F(TidewellAppsTest, AppsListsBundlesBySubcommand) {
+    auto run = tidewell("apps --json " + globals());
+    ASSERT_EQ(run.exitCode, 0);
+    auto json = nlohmann::json::parse(run.out);
+    ASSERT_EQ(json["apps"].size(), 1u);
+    EXPECT_EQ(json["apps"][0]["id"], "com.tinyspeck.slackmacgap");
+    EXPECT_EQ(json["apps"][0]["paths"][0], root.at("Applications/Slack.app"));
+    EXPECT_TRUE(json["subApps"].empty());
+}
+
+TEST_F(TidewellAppsTest, AppFilesFollowTheRuleDocument) {
+    auto run = tidewell("app-files --json com.tinyspeck.slackmacgap " + globals());
+    ASSERT_EQ(run.exitCode, 0);
+    auto json = nlohmann::json::parse(run.out);
+    ASSERT_EQ(json.size(), 1u);
+    std::map<std::string, std::string> files;
+    for (const auto& file : json[0]["files"])
+        files[file["path"]] = file["kind"].get<std::string>() + " " +
+                              file["owner"]["type"].get<std::string>() + " " +
+                              file["owner"]["id"].get<std::string>();
+    EXPECT_EQ(files[home.at("Library/Application Support/Slack")],
+              "support bundleID com.tinyspeck.slackmacgap");
+    EXPECT_EQ(files[home.at("Library/Caches/com.tinyspeck.slackmacgap")],
+              "cache bundleID com.tinyspeck.slackmacgap");
+    EXPECT_EQ(files[home.at("Library/Logs/Slack")], "log bundleID com.tinyspeck.slackmacgap");
+    EXPECT_EQ(tidewell("app-files com.not.installed " + globals()).exitCode, 2);
+}
+
+TEST_F(TidewellAppsTest, LeftoversAndTheJunkScansApplicationStage) {
+    auto run = tidewell("leftovers --files --json " + globals());
+    ASSERT_EQ(run.exitCode, 0);
+    auto json = nlohmann::json::parse(run.out);
+    EXPECT_EQ(json["ids"], nlohmann::json::parse(R"(["com.gone.tool"])"));
+    EXPECT_EQ(json["files"]["com.gone.tool"].size(), 2u);
+
+    auto junk = nlohmann::json::parse(tidewell("junk --json --only appCaches,appLogs " + globals()).out);
+    ASSERT_EQ(junk["appJunk"].size(), 1u);
+    EXPECT_EQ(junk["appJunk"][0]["bundleID"], "com.tinyspeck.slackmacgap");
+    EXPECT_EQ(junk["appJunk"][0]["appPath"], root.at("Applications/Slack.app"));
+    ASSERT_EQ(junk["orphanJunk"].size(), 1u);
+    EXPECT_EQ(junk["orphanJunk"][0]["id"], "com.gone.tool");
 }
 
 } // namespace

@@ -1,0 +1,57 @@
+// tidewell apps: the installed applications, as the application scan finds them.
+#include "cli/AppScanSession.h"
+#include "cli/Command.h"
+
+#include <iostream>
+#include <nlohmann/json.hpp>
+
+namespace tidewell {
+namespace {
+
+class AppsCommand final : public Command {
+public:
+    CLI::App* attach(CLI::App& app) override {
+        return app.add_subcommand("apps", "the installed applications with their bundles");
+    }
+
+    int run(const GlobalOptions& options) override {
+        auto session = AppScanSession::make(options.quiet);
+        const auto& apps = session->scanApps();
+        std::map<std::string, std::vector<std::string>> sorted;
+        for (const auto& [id, bundles] : apps)
+            for (const auto& bundle : bundles)
+                sorted[id.origin()].push_back(bundle.get()->url().path());
+        std::vector<std::string> subApps;
+        for (const auto& id : session->subApps)
+            subApps.push_back(id.origin());
+        std::sort(subApps.begin(), subApps.end());
+        if (options.json) {
+            auto list = nlohmann::json::array();
+            for (const auto& [id, paths] : sorted)
+                list.push_back({{"id", id}, {"paths", paths}});
+            std::cout << nlohmann::json{{"apps", list}, {"subApps", subApps}}.dump(2) << '\n';
+            return 0;
+        }
+        for (const auto& [id, paths] : sorted) {
+            std::cout << id << '\n';
+            for (const auto& path : paths)
+                std::cout << "  " << path << '\n';
+        }
+        std::cout << sorted.size() << " applications";
+        if (!subApps.empty()) {
+            std::cout << "; part of another:";
+            for (const auto& id : subApps)
+                std::cout << ' ' << id;
+        }
+        std::cout << '\n';
+        return 0;
+    }
+};
+
+} // namespace
+
+std::unique_ptr<Command> makeAppsCommand() {
+    return std::make_unique<AppsCommand>();
+}
+
+} // namespace tidewell
