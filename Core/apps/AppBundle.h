@@ -30,23 +30,27 @@ public:
 
 using AppBundles = std::unordered_map<CaseInsensitiveString, std::vector<std::shared_ptr<AppBundle>>>;
 
-class MacAppBundle final : public AppBundle {
+// What both kinds of bundle keep.
+class StoredAppBundle : public AppBundle {
 public:
-    // Absent unless the folder is an application-like bundle: an identifier, an information
-    // dictionary, and an executable in "Contents/MacOS".
-    static std::shared_ptr<MacAppBundle> make(const URL& url);
-
     const URL& url() const override { return url_; }
     const CaseInsensitiveString& bundleID() const override { return bundleID_; }
     const std::vector<CaseInsensitiveString>& bundleIDs() const override { return bundleIDs_; }
     const std::vector<CaseInsensitiveString>& bundleNames() const override { return bundleNames_; }
-    void loadSubBundles() override;
 
-private:
+protected:
     URL url_;
     CaseInsensitiveString bundleID_;
     std::vector<CaseInsensitiveString> bundleIDs_;
     std::vector<CaseInsensitiveString> bundleNames_;
+};
+
+class MacAppBundle final : public StoredAppBundle {
+public:
+    // Absent unless the folder is an application-like bundle: an identifier, an information
+    // dictionary, and an executable in "Contents/MacOS".
+    static std::shared_ptr<MacAppBundle> make(const URL& url);
+    void loadSubBundles() override;
 };
 
 // Maps bundle identifiers of wrapped applications to the names of their data containers.

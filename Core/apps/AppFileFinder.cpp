@@ -263,29 +263,6 @@ void AppFileFinder::startScanAppFiles(const AppBundles& apps) {
     run([apps](AppFileFinder& self) { self.runScanAppFiles(apps); });
 }
 
-AppFileInfos AppFileFinder::walkForApp(const CaseInsensitiveString& id,
-                                       const std::vector<std::shared_ptr<AppBundle>>& bundles,
-                                       std::shared_ptr<MacApp>& app) {
-    app = makeMacApp(bundles, rules_);
-    auto bundleIDs = app->bundleIDs();
-    auto nodes = index_.matcherIDs(id.origin());
-    std::string appleSupport = SystemPaths::shared().resolve("/Library/Application Support/Apple");
-    AppFileInfos records;
-    finder_.walk([&](NodeID node) { return nodes.count(node) > 0; },
-                 [&](const OwnerID& owner, const std::shared_ptr<FileInfo>& file, const AppFileKind& kind,
-                     const RuleID&) {
-                     auto appOwner = ownerFor(*app, bundleIDs, owner);
-                     if (!appOwner)
-                         return;
-                     file->used = true;
-                     // Claimed, so that no leftover scan offers it, but never offered itself.
-                     if (file->url.path() == appleSupport)
-                         return;
-                     records.push_back({file, kind, *appOwner});
-                 });
-    return records;
-}
-
 void AppFileFinder::runScanAppFiles(const AppBundles& apps) {
     auto sizing = DispatchQueue::makeConcurrent("startScanAppFiles(apps:)", QualityOfService::userInitiated);
     auto tools = helperTools();
@@ -294,8 +271,8 @@ void AppFileFinder::runScanAppFiles(const AppBundles& apps) {
     for (const auto& [id, bundles] : apps) {
         if (FileFinderContext::currentIsInterrupted())
             break;
-        std::shared_ptr<MacApp> app;
-        auto records = walkForApp(id, bundles, app);
+        auto app = makeMacApp(bundles, rules_);
+        auto records = walkForApplication(finder_, index_, *app, [](const auto&) { return true; });
         if (auto absorbed = subApps_.find(id); absorbed != subApps_.end())
             records.insert(records.end(), absorbed->second.begin(), absorbed->second.end());
         auto owner = App::macApp(MacAppID::bundleID(id));

@@ -72,9 +72,6 @@ private:
 
     void runScan();
     void runScanAppFiles(const AppBundles& apps);
-    AppFileInfos walkForApp(const CaseInsensitiveString& id,
-                            const std::vector<std::shared_ptr<AppBundle>>& bundles,
-                            std::shared_ptr<MacApp>& app);
     void runLeftoversList();
     AppFileInfos harvest(std::unordered_set<CaseInsensitiveString>& ids) const;
     void runLeftoverFiles(const std::vector<CaseInsensitiveString>& ids);

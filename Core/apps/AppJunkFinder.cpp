@@ -88,7 +88,6 @@ void AppJunkFinder::run(const AppJunkOptions& options) {
 
     JunkExclusions exclusions(exclubeFilesUrls);
     FileFinder finder(*index_);
-    std::string appleSupport = paths.resolve("/Library/Application Support/Apple");
     auto report = [this](std::function<void(AppJunkFinderDelegate&)> call) {
         DispatchQueue::main()->async([weakSelf = weak_from_this(), call = std::move(call)] {
             if (auto self = weakSelf.lock())
@@ -107,23 +106,11 @@ void AppJunkFinder::run(const AppJunkOptions& options) {
         if (FileFinderContext::currentIsInterrupted())
             return finish();
         auto app = makeMacApp(bundles, *rules_);
-        auto bundleIDs = app->bundleIDs();
-        auto nodes = index_->matcherIDs(id.origin());
         bool xcode = id == xcodeID;
-        AppFileInfos records;
-        finder.walk([&](NodeID node) { return nodes.count(node) > 0; },
-                    [&](const OwnerID& owner, const std::shared_ptr<FileInfo>& file, const AppFileKind& kind,
-                        const RuleID&) {
-                        auto appOwner = ownerFor(*app, bundleIDs, owner);
-                        if (!appOwner)
-                            return;
-                        file->used = true;
-                        FileFinder::Record record{file, kind, *appOwner};
-                        if (file->url.path() == appleSupport || exclusions.excludes(file->url) ||
-                            !(xcode ? options.xcode : wanted(record, options)))
-                            return;
-                        records.push_back(std::move(record));
-                    });
+        auto records = walkForApplication(finder, *index_, *app, [&](const FileFinder::Record& record) {
+            return !exclusions.excludes(record.file->url) &&
+                   (xcode ? options.xcode : wanted(record, options));
+        });
         progress(++done / steps);
         if (records.empty())
             continue;

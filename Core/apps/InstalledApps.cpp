@@ -1,6 +1,7 @@
 #include "Core/apps/InstalledApps.h"
 
 #include "Core/apps/ApplicationList.h"
+#include "Core/platform/SystemPaths.h"
 #include "Core/rules/PublicSuffixList.h"
 
 #include <algorithm>
@@ -75,6 +76,26 @@ std::optional<App> ownerFor(const MacApp& app, const CaseInsensitiveSet& bundleI
     if (app.organization && *app.organization == *id)
         return App::macApp(MacAppID::organization(*id));
     return std::nullopt;
+}
+
+AppFileInfos walkForApplication(FileFinder& finder, const AppFileRule& index, const MacApp& app,
+                                const std::function<bool(const FileFinder::Record&)>& keep) {
+    auto bundleIDs = app.bundleIDs();
+    auto nodes = index.matcherIDs(app.bundleID.origin());
+    std::string appleSupport = SystemPaths::shared().resolve("/Library/Application Support/Apple");
+    AppFileInfos records;
+    finder.walk([&](NodeID node) { return nodes.count(node) > 0; },
+                [&](const OwnerID& owner, const std::shared_ptr<FileInfo>& file, const AppFileKind& kind,
+                    const RuleID&) {
+                    auto appOwner = ownerFor(app, bundleIDs, owner);
+                    if (!appOwner)
+                        return;
+                    file->used = true;
+                    FileFinder::Record record{file, kind, *appOwner};
+                    if (file->url.path() != appleSupport && keep(record))
+                        records.push_back(std::move(record));
+                });
+    return records;
 }
 
 } // namespace core

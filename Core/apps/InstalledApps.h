@@ -44,4 +44,10 @@ std::optional<App> ownerFor(const MacApp& app, const CaseInsensitiveSet& bundleI
 // Records of one walk that the application stage or scan keeps.
 using AppFileInfos = std::vector<FileFinder::Record>;
 
+// Walks the index for one application and keeps what is the application's: each claim whose id is
+// one of its own is marked used, so that no leftover scan offers it, and kept if `keep` agrees.
+// "/Library/Application Support/Apple" is marked but never kept.
+AppFileInfos walkForApplication(FileFinder& finder, const AppFileRule& index, const MacApp& app,
+                                const std::function<bool(const FileFinder::Record&)>& keep);
+
 } // namespace core

@@ -1,9 +1,10 @@
 #include "Core/foundation/AESHelper.h"
 
+#include "Core/platform/Utf8.h"
+
 #include <algorithm>
 #include <memory>
 #include <openssl/evp.h>
-#include <unicode/utf8.h>
 
 namespace core {
 namespace {
@@ -29,18 +30,6 @@ std::optional<std::string> run(const std::string& input, bool encrypting) {
         return std::nullopt;
     output.resize(static_cast<std::size_t>(written + finished));
     return output;
-}
-
-bool isValidUtf8(const std::string& text) {
-    const auto* bytes = reinterpret_cast<const uint8_t*>(text.data());
-    int32_t length = static_cast<int32_t>(text.size());
-    for (int32_t offset = 0; offset < length;) {
-        UChar32 c;
-        U8_NEXT(bytes, offset, length, c);
-        if (c < 0)
-            return false;
-    }
-    return true;
 }
 
 } // namespace

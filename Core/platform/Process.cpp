@@ -1,12 +1,13 @@
 #include "Core/platform/Process.h"
 
+#include "Core/platform/Utf8.h"
+
 #include <cerrno>
 #include <fcntl.h>
 #include <map>
 #include <mutex>
 #include <spawn.h>
 #include <sys/wait.h>
-#include <unicode/utf8.h>
 #include <unistd.h>
 
 extern char** environ;
@@ -16,18 +17,6 @@ namespace {
 
 std::mutex tableMutex;
 std::map<std::string, std::string> replacements;
-
-bool isValidUtf8(const std::string& text) {
-    const auto* bytes = reinterpret_cast<const uint8_t*>(text.data());
-    int32_t length = static_cast<int32_t>(text.size());
-    for (int32_t offset = 0; offset < length;) {
-        UChar32 c;
-        U8_NEXT(bytes, offset, length, c);
-        if (c < 0)
-            return false;
-    }
-    return true;
-}
 
 } // namespace
 
