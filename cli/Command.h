@@ -43,5 +43,6 @@ std::unique_ptr<Command> makeOrgCommand();
 std::unique_ptr<Command> makeAppsCommand();
 std::unique_ptr<Command> makeAppFilesCommand();
 std::unique_ptr<Command> makeLeftoversCommand();
+std::unique_ptr<Command> makeDupesCommand();
 
 } // namespace tidewell

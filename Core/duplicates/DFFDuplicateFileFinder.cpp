@@ -1,0 +1,80 @@
+#include "Core/duplicates/DFFDuplicateFileFinder.h"
+
+#include "dff/DuplicateFileFinder.h"
+
+#include <memory>
+
+namespace core {
+namespace {
+
+// The one engine of the process.
+std::unique_ptr<dff::DuplicateFileFinder> engine;
+
+std::vector<dff::Path> pathsOf(const std::vector<URL>& urls) {
+    std::vector<dff::Path> paths;
+    for (const auto& url : urls)
+        paths.emplace_back(url.path());
+    return paths;
+}
+
+DFFGroups convertResult(const dff::Groups& groups) {
+    DFFGroups converted;
+    for (const auto& group : groups) {
+        auto& files = converted.emplace_back();
+        for (const dff::File* entry : group) {
+            if (!entry)
+                continue;
+            DFFFile file{URL::fileURL(entry->path.str()), entry->size, std::nullopt};
+            if (const auto* photo = dynamic_cast<const dff::Photo*>(entry))
+                file.photoID = photo->id;
+            files.push_back(std::move(file));
+        }
+    }
+    return converted;
+}
+
+} // namespace
+
+DFFDuplicateFileFinder::DFFDuplicateFileFinder() {
+    engine = std::make_unique<dff::DuplicateFileFinder>(
+        [this](double value) { progress(value); },
+        [this](const dff::Path& path) { current(URL::fileURL(path.str())); });
+}
+
+DFFDuplicateFileFinder::~DFFDuplicateFileFinder() {
+    engine.reset();
+}
+
+void DFFDuplicateFileFinder::setRootFolderURLs(const std::vector<URL>& urls) {
+    engine->rootFolders = pathsOf(urls);
+}
+
+void DFFDuplicateFileFinder::setExcludePaths(const std::vector<URL>& urls) {
+    engine->excludePaths = pathsOf(urls);
+}
+
+void DFFDuplicateFileFinder::setExcludeExtensions(const std::vector<std::string>& extensions) {
+    engine->excludeExtensions = extensions;
+}
+
+void DFFDuplicateFileFinder::setIncludeHiddenFolders(bool include) {
+    engine->includeHiddenFolders = include;
+}
+
+void DFFDuplicateFileFinder::setMinFileSize(std::int64_t bytes) {
+    engine->minFileSize = bytes;
+}
+
+DFFResult DFFDuplicateFileFinder::find(bool isOnlyDuplicates) {
+    dff::Groups duplicates, similar;
+    engine->find(duplicates, similar, isOnlyDuplicates);
+    DFFResult result{convertResult(duplicates), convertResult(similar)};
+    engine->releaseFiles();
+    return result;
+}
+
+void DFFDuplicateFileFinder::stop() {
+    engine->stop();
+}
+
+} // namespace core

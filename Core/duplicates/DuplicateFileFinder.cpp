@@ -1,0 +1,61 @@
+#include "Core/duplicates/DuplicateFileFinder.h"
+
+#include "Core/platform/Dispatch.h"
+
+namespace core {
+namespace {
+
+DuplicateGroups toDuplicates(const DFFGroups& groups) {
+    DuplicateGroups converted;
+    for (const auto& group : groups) {
+        auto& members = converted.emplace_back();
+        for (const auto& file : group) {
+            File plain{file.url, file.size};
+            if (file.photoID)
+                members.emplace_back(Photo{*file.photoID, plain});
+            else
+                members.emplace_back(plain);
+        }
+    }
+    return converted;
+}
+
+} // namespace
+
+std::shared_ptr<DuplicateFileFinder> DuplicateFileFinder::shared() {
+    static std::shared_ptr<DuplicateFileFinder> instance(new DuplicateFileFinder());
+    return instance;
+}
+
+void DuplicateFileFinder::start(bool isOnlyDuplicates) {
+    auto queue = DispatchQueue::makeSerial("start(isOnlyDuplicates:)", QualityOfService::userInitiated);
+    queue->async([weakSelf = weak_from_this(), isOnlyDuplicates] {
+        auto self = weakSelf.lock();
+        if (!self)
+            return;
+        auto result = self->find(isOnlyDuplicates);
+        auto duplicates = toDuplicates(result.duplicateFiles);
+        auto similar = toDuplicates(result.similarFiles);
+        self->notify([duplicates, similar](auto& target) {
+            target.duplicateFileFinderCompleted(duplicates, similar);
+        });
+    });
+}
+
+void DuplicateFileFinder::progress(double value) {
+    notify([value](auto& target) { target.duplicateFileFinderProgress(value); });
+}
+
+void DuplicateFileFinder::current(const URL& url) {
+    notify([url](auto& target) { target.duplicateFileFinderCurrent(url); });
+}
+
+void DuplicateFileFinder::notify(std::function<void(DuplicateFileFinderDelegate&)> call) {
+    DispatchQueue::main()->async([weakSelf = weak_from_this(), call = std::move(call)] {
+        if (auto self = weakSelf.lock())
+            if (auto target = self->delegate.lock())
+                call(*target);
+    });
+}
+
+} // namespace core

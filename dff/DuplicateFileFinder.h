@@ -1,0 +1,78 @@
+// The duplicate engine's driver: walks the root folders, files every regular file, link and
+// package by size, and then finds which of them are identical by staged hashing, marks what has
+// no twin, digests folders from their entries, and selects the groups to report.
+//
+// Threading: find() runs on the calling thread, and so do the callbacks; stop() may come from any
+// thread. One search at a time in a process: the read buffers are static.
+#pragma once
+
+#include "dff/Duplicate.h"
+#include "dff/PackageHasher.h"
+
+#include <atomic>
+#include <functional>
+#include <vector>
+
+namespace dff {
+
+// A perceptual image digest; its two words order the similarity groups.
+struct ImageHashValue {
+    std::uint64_t first = 0;
+    std::uint64_t second = 0;
+    friend bool operator<(const ImageHashValue& a, const ImageHashValue& b) {
+        return a.first != b.first ? a.first < b.first : a.second < b.second;
+    }
+    friend bool operator>(const ImageHashValue& a, const ImageHashValue& b) { return b < a; }
+};
+
+using Groups = std::deque<std::deque<File*>>;
+
+class DuplicateFileFinder {
+public:
+    DuplicateFileFinder(std::function<void(double)> progress, std::function<void(const Path&)> currentPath);
+
+    // Fills `duplicates` with groups of identical files, then packages, then folders; the pointers
+    // stay valid until releaseFiles().
+    void find(Groups& duplicates, Groups& similar, bool isOnlyDuplicates);
+    void stop() { stopped = true; }
+    void releaseFiles();
+
+    std::vector<Path> rootFolders;
+    std::vector<Path> excludePaths;
+    std::vector<std::string> excludeExtensions;
+    bool includeHiddenFolders = false;
+    long long minFileSize = 0;
+
+    // Scan phase.
+    Directory* scanFiles(const Path& root, Duplicate<long long, File*>& files,
+                         Duplicate<long long, Symlink*>& links, Duplicate<long long, Package*>& packages,
+                         std::deque<Package*>& unknownSizePackages, int& fileCount);
+    bool isPackage(const char* path) const { return isPackagePath(path); }
+    bool withExtension(const char* name, unsigned long nameLength, const std::string& extension) const;
+    bool exclude(const dirent* entry) const;
+    bool exclude(const Path& path) const;
+    void notifyCurrentPath(const Path& path) const;
+
+    // Match phase.
+    void findDuplicateFiles(Duplicate<long long, File*>& bySize, Duplicate<ImageHashValue, File*>& images,
+                            Duplicate<HashValue, File*>& byHash, double& step) const;
+    void findSimilarFiles(Duplicate<ImageHashValue, File*>& images, Groups& similar) const;
+    void findDuplicateLinks(Duplicate<long long, Symlink*>& bySize) const;
+    void findDuplicatePackages(Duplicate<long long, Package*>& bySize, std::deque<Package*>& unknownSize,
+                               Duplicate<HashValue, Package*>& byHash) const;
+    void findDuplicateDirectories(Directory& root, Duplicate<HashValue, Directory*>& byHash) const;
+    template <class T> void markDuplicateContainers(Duplicate<HashValue, T*>& byHash) const;
+    template <class T> void filter(Duplicate<HashValue, T*>& byHash, Groups& result) const;
+
+private:
+    void calcImageHash(File* file, Duplicate<ImageHashValue, File*>& images) const;
+    void advance(double& value, double step) const;
+
+    std::function<void(double)> progress_;
+    std::function<void(const Path&)> currentPath_;
+    std::vector<std::shared_ptr<Directory>> directories_;
+    std::vector<std::shared_ptr<Package>> libraries_;
+    std::atomic<bool> stopped{false};
+};
+
+} // namespace dff

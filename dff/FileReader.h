@@ -1,0 +1,61 @@
+// Reading files in resumable stages and digesting them with MD5. Files of equal size are compared
+// after one block, then in large steps, and a file leaves the race at the first stage where no
+// other file matches it.
+//
+// Threading: the read buffers are static: one search reads at a time.
+#pragma once
+
+#include "dff/Entries.h"
+
+#include <functional>
+#include <memory>
+
+struct evp_md_ctx_st;
+
+namespace dff {
+
+class MD5 {
+public:
+    MD5();
+    ~MD5();
+    MD5(const MD5&) = delete;
+    MD5& operator=(const MD5&) = delete;
+
+    void reset();
+    void updateMD5(const void* data, long long size);
+    // The digest of what was fed so far; the running digest goes on.
+    void hashValue(HashValue& out) const;
+
+private:
+    evp_md_ctx_st* context_;
+};
+
+class FileHasher : public MD5 {
+public:
+    void update(const char* data, long long size) { updateMD5(data, size); }
+};
+
+class FileReader {
+public:
+    static constexpr long long blockSize = 4096;
+    static constexpr long long blocksPerStage = 1000;
+
+    FileReader(Path* path, long long size) : path_(path), size_(size) {}
+    explicit FileReader(File* file) : path_(&file->path), size_(file->size) {}
+
+    // Reads one stage: the first block, or up to a thousand more; hands the bytes to `sink` and
+    // answers whether the file is finished. Throws std::runtime_error when it cannot.
+    bool read(const std::function<void(const char*, long long)>& sink);
+    bool isCompleted() const { return position_ == size_; }
+
+private:
+    Path* path_;
+    long long size_;
+    long long position_ = 0;
+};
+
+// The digest of a link's text; false when the text cannot be read or its length differs from the
+// size the scan saw.
+bool hashSymlink(const Symlink& link, HashValue& out);
+
+} // namespace dff
