@@ -54,8 +54,11 @@ public:
             app.add_subcommand("dupes", "identical files, packages and folders below the given folders");
         sub->add_option("folders", folders_, "folders to search")->required();
         sub->add_option("--min-size", minSize_, "smallest file size of interest, in bytes or with K, M, G");
-        sub->add_option("--exclude-path", excludedPaths_, "leave this folder out")->take_all();
+        sub->add_option("--exclude-path", excludedPaths_, "leave this folder out")
+            ->allow_extra_args(false)
+            ->take_all();
         sub->add_option("--exclude-ext", excludedExtensions_, "leave out names ending in this text")
+            ->allow_extra_args(false)
             ->take_all();
         sub->add_flag("--hidden", hidden_, "also enter folders whose name begins with a dot");
         sub->add_flag("--only-duplicates", onlyDuplicates_, "no search for similar images");

@@ -162,9 +162,15 @@ public:
     CLI::App* attach(CLI::App& app) override {
         auto* sub = app.add_subcommand("junk", "find caches, logs, trash and other junk");
         sub->add_option("--only", only_, "comma-separated categories: systemCaches,systemLogs,dmgFiles,...");
-        sub->add_option("--exclude", excludedFiles_, "leave this path out of the scan")->take_all();
-        sub->add_option("--exclude-app", excludedApps_, "leave this application bundle out")->take_all();
-        sub->add_option("--exclude-app-id", excludedAppIds_, "leave this bundle identifier out")->take_all();
+        sub->add_option("--exclude", excludedFiles_, "leave this path out of the scan")
+            ->allow_extra_args(false)
+            ->take_all();
+        sub->add_option("--exclude-app", excludedApps_, "leave this application bundle out")
+            ->allow_extra_args(false)
+            ->take_all();
+        sub->add_option("--exclude-app-id", excludedAppIds_, "leave this bundle identifier out")
+            ->allow_extra_args(false)
+            ->take_all();
         return sub;
     }
 

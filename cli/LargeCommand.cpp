@@ -40,7 +40,7 @@ public:
         auto* sub = app.add_subcommand("large", "the largest files of the home folder, biggest first");
         sub->add_option("--min-size", minSize_,
                         "smallest size listed, in bytes or with K, M, G (default 50M)");
-        sub->add_option("--exclude", excluded_, "leave this path out")->take_all();
+        sub->add_option("--exclude", excluded_, "leave this path out")->allow_extra_args(false)->take_all();
         return sub;
     }
 

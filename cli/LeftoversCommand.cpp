@@ -13,7 +13,9 @@ public:
     CLI::App* attach(CLI::App& app) override {
         auto* sub = app.add_subcommand("leftovers", "identifiers of applications that are gone");
         sub->add_flag("--files", withFiles_, "also the files of every listed identifier");
-        sub->add_option("--exclude-id", excluded_, "leave this identifier out")->take_all();
+        sub->add_option("--exclude-id", excluded_, "leave this identifier out")
+            ->allow_extra_args(false)
+            ->take_all();
         return sub;
     }
 

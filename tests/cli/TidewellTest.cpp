@@ -8,6 +8,7 @@
 #include <cstdio>
 #include <fstream>
 #include <map>
+#include <set>
 #include <sstream>
 #include <sys/wait.h>
 
@@ -284,6 +285,36 @@ TEST_F(TidewellAppsTest, LeftoversAndTheJunkScansApplicationStage) {
     EXPECT_EQ(junk["appJunk"][0]["appPath"], root.at("Applications/Slack.app"));
     ASSERT_EQ(junk["orphanJunk"].size(), 1u);
     EXPECT_EQ(junk["orphanJunk"][0]["id"], "com.gone.tool");
+}
+
+} // namespace
+
+namespace {
+
+TEST_F(TidewellTest, DupesGroupsIdenticalFilesWithTheirSizes) {
+    std::string content(20000, 'd');
+    for (const auto* name : {"photos/a.jpg", "photos/b.jpg", "backup/old/a.jpg"})
+        std::ofstream(scratch.file(name)) << content;
+    scratch.file("photos/other.jpg", 20000);
+    scratch.file("photos/skip.tmp", 20000);
+    std::ofstream(scratch.file("backup/old/extra.txt")) << "only here";
+    auto run = tidewell("dupes --json --exclude-ext .tmp " + shellQuoted(scratch.at("photos")) + " " +
+                        shellQuoted(scratch.at("backup")));
+    ASSERT_EQ(run.exitCode, 0);
+    auto json = nlohmann::json::parse(run.out);
+    ASSERT_EQ(json["duplicates"].size(), 1u);
+    std::set<std::string> members;
+    for (const auto& member : json["duplicates"][0]) {
+        members.insert(member["path"]);
+        EXPECT_EQ(member["size"], 20000);
+    }
+    EXPECT_EQ(members, (std::set<std::string>{scratch.at("photos/a.jpg"), scratch.at("photos/b.jpg"),
+                                              scratch.at("backup/old/a.jpg")}));
+    EXPECT_TRUE(json["similar"].empty());
+    auto human = tidewell("dupes --exclude-ext .tmp " + shellQuoted(scratch.at("photos")) + " " +
+                          shellQuoted(scratch.at("backup")));
+    EXPECT_NE(human.out.find("frees 40.0 kB"), std::string::npos);
+    EXPECT_EQ(tidewell("dupes " + shellQuoted(scratch.at("nowhere"))).exitCode, 2);
 }
 
 } // namespace

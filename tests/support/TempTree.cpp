@@ -1,7 +1,5 @@
 #include "tests/support/TempTree.h"
 
-#include "Core/platform/MountedVolumes.h"
-
 #include <filesystem>
 #include <fstream>
 #include <stdexcept>
@@ -49,27 +47,6 @@ std::int64_t allocatedBytes(const std::string& path) {
     if (::lstat(path.c_str(), &info) != 0)
         throw std::runtime_error("cannot stat " + path);
     return static_cast<std::int64_t>(info.st_blocks) * 512;
-}
-
-ScopedSystemPaths::ScopedSystemPaths(const std::string& root, const std::string& home)
-    : previousRoot_(SystemPaths::shared().root()), previousHome_(SystemPaths::shared().home()) {
-    SystemPaths::shared().configure(root, home);
-}
-
-ScopedSystemPaths::~ScopedSystemPaths() {
-    SystemPaths::shared().configure(previousRoot_, previousHome_);
-}
-
-ScopedMountTable::ScopedMountTable(const std::vector<std::string>& mountPoints) {
-    std::ofstream table(folder_.file("mountinfo"));
-    int id = 40;
-    for (const auto& point : mountPoints)
-        table << id++ << " 1 8:1 / " << point << " rw,relatime - ext4 /dev/sdz1 rw\n";
-    setMountInfoFile(folder_.at("mountinfo"));
-}
-
-ScopedMountTable::~ScopedMountTable() {
-    setMountInfoFile("");
 }
 
 } // namespace core::testing

@@ -1,0 +1,149 @@
+#include "dff/DuplicateFileFinder.h"
+
+#include "tests/support/TempTree.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <fstream>
+#include <set>
+
+using namespace dff;
+using core::testing::TempTree;
+
+namespace {
+
+// Writes `bytes` bytes made from `seed`, with one byte changed at `differAt` when given.
+void writeContent(const std::string& path, std::size_t bytes, int seed, long long differAt = -1) {
+    std::string content(bytes, '\0');
+    for (std::size_t i = 0; i < bytes; ++i)
+        content[i] = static_cast<char>((i * 31 + static_cast<std::size_t>(seed) * 7) % 251);
+    if (differAt >= 0)
+        content[static_cast<std::size_t>(differAt)] ^= 0x55;
+    std::ofstream(path, std::ios::binary) << content;
+}
+
+class FinderTest : public ::testing::Test {
+protected:
+    // The groups as sets of paths relative to the tree, in the engine's order.
+    std::vector<std::set<std::string>> find(long long minSize = 0) {
+        DuplicateFileFinder finder([&](double value) { progress.push_back(value); }, [](const Path&) {});
+        finder.rootFolders = {tree.path()};
+        finder.minFileSize = minSize;
+        finder.excludeExtensions = excludeExtensions;
+        finder.excludePaths = excludePaths;
+        Groups duplicates, similar;
+        finder.find(duplicates, similar, false);
+        std::vector<std::set<std::string>> groups;
+        for (const auto& group : duplicates) {
+            auto& members = groups.emplace_back();
+            for (const File* file : group)
+                members.insert(
+                    file->path.str() == tree.path() ? "." : file->path.str().substr(tree.path().size() + 1));
+        }
+        finder.releaseFiles();
+        return groups;
+    }
+    std::string at(const std::string& relative) {
+        std::string path = tree.at(relative);
+        tree.folder(relative.substr(0, relative.rfind('/') == std::string::npos ? 0 : relative.rfind('/')));
+        return path;
+    }
+
+    TempTree tree;
+    std::vector<std::string> excludeExtensions;
+    std::vector<Path> excludePaths;
+    std::vector<double> progress;
+};
+
+TEST_F(FinderTest, IdenticalFilesFormOneGroupAndNearMissesNone) {
+    for (const auto* name : {"same/one", "same/two", "same/three"})
+        writeContent(at(name), 10, 1);
+    writeContent(at("d/near1"), 9000, 2);
+    writeContent(at("e/near2"), 9000, 2, 5000);
+    writeContent(at("f/late1"), 100000, 3);
+    writeContent(at("g/late2"), 100000, 3, 99999);
+    auto groups = find();
+    EXPECT_EQ(groups, (std::vector<std::set<std::string>>{{"same/one", "same/two", "same/three"}}));
+    EXPECT_TRUE(std::is_sorted(progress.begin(), progress.end()));
+    EXPECT_DOUBLE_EQ(progress.back(), 0.9);
+}
+
+TEST_F(FinderTest, IdenticalFoldersAreReportedInsteadOfTheirFiles) {
+    writeContent(at("one/x"), 3000, 1);
+    writeContent(at("two/x"), 3000, 1);
+    EXPECT_EQ(find(), (std::vector<std::set<std::string>>{{"one", "two"}}));
+
+    // A third copy outside a duplicate folder brings the file group back, with all its members.
+    writeContent(at("copy"), 3000, 1);
+    auto groups = find();
+    ASSERT_EQ(groups.size(), 2u);
+    EXPECT_EQ(groups[0], (std::set<std::string>{"one/x", "two/x", "copy"}));
+    EXPECT_EQ(groups[1], (std::set<std::string>{"one", "two"}));
+}
+
+TEST_F(FinderTest, FolderNamesDoNotMatterButContentDoes) {
+    writeContent(at("first/a"), 500, 1);
+    writeContent(at("first/b"), 700, 2);
+    writeContent(at("second/other-name"), 500, 1);
+    writeContent(at("second/b"), 700, 2);
+    writeContent(at("second/.DS_Store"), 10, 9);
+    EXPECT_EQ(find().back(), (std::set<std::string>{"first", "second"}));
+}
+
+TEST_F(FinderTest, SkippedEntriesMakeTheirFoldersUnique) {
+    writeContent(at("one/big"), 3000, 1);
+    writeContent(at("one/small"), 10, 2);
+    writeContent(at("two/big"), 3000, 1);
+    writeContent(at("two/small"), 10, 2);
+    // The small files are below the limit: the folders are incomplete and cannot match.
+    EXPECT_EQ(find(1000), (std::vector<std::set<std::string>>{{"one/big", "two/big"}}));
+}
+
+TEST_F(FinderTest, ExcludedExtensionsAndPathsAreLeftOut) {
+    writeContent(at("a/x.log"), 100, 1);
+    writeContent(at("b/x.log"), 100, 1);
+    writeContent(at("c/.log"), 200, 2);
+    writeContent(at("d/.log"), 200, 2);
+    writeContent(at("skip/x"), 300, 3);
+    writeContent(at("skipped/x"), 300, 3);
+    writeContent(at("keep/x"), 300, 3);
+    excludeExtensions = {".log"};
+    excludePaths = {Path(tree.at("SKIP"))};
+    auto groups = find();
+    std::set<std::set<std::string>> found(groups.begin(), groups.end());
+    // An ending as long as the whole name does not exclude it; a sibling whose path only begins
+    // with an excluded one stays in. Each folder holds one file, so the folders are the groups.
+    EXPECT_TRUE(found.count({"c", "d"}));
+    EXPECT_TRUE(found.count({"skipped", "keep"}));
+    EXPECT_EQ(found.size(), 2u);
+}
+
+TEST_F(FinderTest, EmptyFoldersGroupOnlyWithoutAMinimum) {
+    tree.folder("empty1");
+    tree.folder("empty2");
+    EXPECT_EQ(find(), (std::vector<std::set<std::string>>{{"empty1", "empty2"}}));
+    EXPECT_TRUE(find(1).empty());
+}
+
+TEST_F(FinderTest, PackagesCompareAsWholes) {
+    writeContent(at("One.app/Contents/MacOS/one"), 5000, 1);
+    writeContent(at("Two.app/Contents/MacOS/one"), 5000, 1);
+    writeContent(at("Three.app/Contents/MacOS/one"), 5000, 2);
+    EXPECT_EQ(find(), (std::vector<std::set<std::string>>{{"One.app", "Two.app"}}));
+}
+
+TEST_F(FinderTest, AStopBeforeTheSearchHasNoEffect) {
+    writeContent(at("a/x"), 100, 1);
+    writeContent(at("b/x"), 100, 1);
+    DuplicateFileFinder finder([](double) {}, [](const Path&) {});
+    finder.rootFolders = {tree.path()};
+    Groups duplicates, similar;
+    // A stop before find has no effect: find clears it.
+    finder.stop();
+    finder.find(duplicates, similar, true);
+    ASSERT_EQ(duplicates.size(), 1u);
+    EXPECT_EQ(duplicates[0].size(), 2u);
+}
+
+} // namespace
