@@ -28,27 +28,33 @@ struct Descriptor {
 
 } // namespace
 
-MD5::MD5() : context_(EVP_MD_CTX_new()) {
-    reset();
-}
+MD5::MD5() = default;
 
 MD5::~MD5() {
     EVP_MD_CTX_free(context_);
 }
 
+EVP_MD_CTX* MD5::context() {
+    if (!context_) {
+        context_ = EVP_MD_CTX_new();
+        EVP_DigestInit_ex(context_, EVP_md5(), nullptr);
+    }
+    return context_;
+}
+
 void MD5::reset() {
-    EVP_DigestInit_ex(context_, EVP_md5(), nullptr);
+    EVP_DigestInit_ex(context(), EVP_md5(), nullptr);
 }
 
 void MD5::updateMD5(const void* data, long long size) {
-    EVP_DigestUpdate(context_, data, static_cast<size_t>(size));
+    EVP_DigestUpdate(context(), data, static_cast<size_t>(size));
 }
 
-void MD5::hashValue(HashValue& out) const {
+void MD5::hashValue(HashValue& out) {
     EVP_MD_CTX* copy = EVP_MD_CTX_new();
     unsigned char digest[EVP_MAX_MD_SIZE];
     unsigned int length = 0;
-    EVP_MD_CTX_copy_ex(copy, context_);
+    EVP_MD_CTX_copy_ex(copy, context());
     EVP_DigestFinal_ex(copy, digest, &length);
     EVP_MD_CTX_free(copy);
     std::memcpy(&out.first, digest, 8);

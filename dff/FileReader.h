@@ -24,10 +24,13 @@ public:
     void reset();
     void updateMD5(const void* data, long long size);
     // The digest of what was fed so far; the running digest goes on.
-    void hashValue(HashValue& out) const;
+    void hashValue(HashValue& out);
 
 private:
-    evp_md_ctx_st* context_;
+    // Made on first use: a search holds a hasher for every file of every size group before the
+    // first is read.
+    evp_md_ctx_st* context();
+    evp_md_ctx_st* context_ = nullptr;
 };
 
 class FileHasher : public MD5 {

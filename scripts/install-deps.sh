@@ -8,6 +8,8 @@ packages=(
   libboost-dev libsqlite3-dev libyaml-cpp-dev libssl-dev libicu-dev
   libplist-dev libexpat1-dev libvips-dev libmagic-dev
   publicsuffix nlohmann-json3-dev libcli11-dev libgtest-dev libgmock-dev libbenchmark-dev
+  # the peer tools the benchmarks run beside tidewell
+  jdupes fdupes rmlint time
 )
 
 missing=()

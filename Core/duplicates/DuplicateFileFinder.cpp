@@ -22,6 +22,16 @@ DuplicateGroups toDuplicates(const DFFGroups& groups) {
 
 } // namespace
 
+DuplicateFileFinder::DuplicateFileFinder()
+    : progress_(ValueObservable<double>::make([this](double value) {
+          if (auto target = delegate.lock())
+              target->duplicateFileFinderProgress(value);
+      })),
+      current_(ValueObservable<URL>::make([this](URL url) {
+          if (auto target = delegate.lock())
+              target->duplicateFileFinderCurrent(url);
+      })) {}
+
 std::shared_ptr<DuplicateFileFinder> DuplicateFileFinder::shared() {
     static std::shared_ptr<DuplicateFileFinder> instance(new DuplicateFileFinder());
     return instance;
@@ -43,11 +53,11 @@ void DuplicateFileFinder::start(bool isOnlyDuplicates) {
 }
 
 void DuplicateFileFinder::progress(double value) {
-    notify([value](auto& target) { target.duplicateFileFinderProgress(value); });
+    progress_->update([value] { return value; });
 }
 
 void DuplicateFileFinder::current(const URL& url) {
-    notify([url](auto& target) { target.duplicateFileFinderCurrent(url); });
+    current_->update([&url] { return url; });
 }
 
 void DuplicateFileFinder::notify(std::function<void(DuplicateFileFinderDelegate&)> call) {

@@ -7,6 +7,7 @@
 
 #include "Core/duplicates/DFFDuplicateFileFinder.h"
 #include "Core/foundation/File.h"
+#include "Core/foundation/ValueObservable.h"
 
 #include <memory>
 #include <variant>
@@ -41,8 +42,12 @@ protected:
     void current(const URL& url) override;
 
 private:
-    DuplicateFileFinder() = default;
+    DuplicateFileFinder();
     void notify(std::function<void(DuplicateFileFinderDelegate&)> call);
+
+    // The engine offers a value for every file; the main queue hears at most one per 0.03 s.
+    std::shared_ptr<ValueObservable<double>> progress_;
+    std::shared_ptr<ValueObservable<URL>> current_;
 };
 
 } // namespace core
