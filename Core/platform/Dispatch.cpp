@@ -279,8 +279,9 @@ void DispatchGroup::leave() {
         if (--pending_ > 0)
             return;
         ready.swap(notifications_);
+        // Under the lock, for a waiter may let go of the group as soon as it wakes.
+        emptied_.notify_all();
     }
-    emptied_.notify_all();
     for (auto& [queue, block] : ready)
         queue->async(std::move(block));
 }
@@ -309,11 +310,11 @@ bool DispatchGroup::wait(Seconds timeout) {
     return emptied_.wait_for(lock, timeout, [this] { return pending_ <= 0; });
 }
 
+// Notified under the lock: a waiter that returns may destroy the semaphore at once (sync() keeps
+// it on its stack), so nothing may touch it once the lock is released.
 void DispatchSemaphore::signal() {
-    {
-        std::lock_guard lock(mutex_);
-        ++value_;
-    }
+    std::lock_guard lock(mutex_);
+    ++value_;
     available_.notify_one();
 }
 
