@@ -4,7 +4,8 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 scripts/install-deps.sh
-scripts/build.sh build -DCMAKE_BUILD_TYPE=Release -DCORE_BUILD_TESTS=OFF -DCORE_BUILD_BENCH=OFF >&2
+# The same optimisation as the tests are built with, so that what CI compiles is what runs.
+scripts/build.sh build -DCMAKE_BUILD_TYPE=RelWithDebInfo -DCORE_BUILD_TESTS=OFF -DCORE_BUILD_BENCH=OFF >&2
 if [ $# -eq 0 ]; then
   set -- junk
 fi

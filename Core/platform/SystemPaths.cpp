@@ -21,7 +21,11 @@ std::string join(const std::string& base, const std::string& relative) {
     std::size_t skip = relative.find_first_not_of('/');
     if (skip == std::string::npos)
         return base;
-    return base == "/" ? "/" + relative.substr(skip) : base + "/" + relative.substr(skip);
+    std::string joined = base;
+    if (joined != "/")
+        joined += '/';
+    joined.append(relative, skip, std::string::npos);
+    return joined;
 }
 
 } // namespace
