@@ -6,6 +6,7 @@
 #include <stdexcept>
 #include <strings.h>
 #include <sys/stat.h>
+#include <unordered_set>
 
 namespace dff {
 namespace {
@@ -52,6 +53,8 @@ void DuplicateFileFinder::find(Groups& duplicates, Groups& similar, bool isOnlyD
     Duplicate<HashValue, File*> fileHashes;
     double step = 0.2 / fileCount;
     findDuplicateFiles(files, images, fileHashes, step);
+    if (stopped)
+        markUnfinished(files, fileHashes);
     progress_(filesHashedProgress);
     if (!isOnlyDuplicates) {
         findSimilarFiles(images, similar);
@@ -202,6 +205,19 @@ void DuplicateFileFinder::notifyCurrentPath(const Path& path) const {
         return;
     last = now;
     currentPath_(path);
+}
+
+// Files a stop left in the race have no digest: without the mark, folders of equally sized files
+// would compare equal on the empty digests.
+void DuplicateFileFinder::markUnfinished(Duplicate<long long, File*>& bySize,
+                                         Duplicate<HashValue, File*>& byHash) const {
+    std::unordered_set<const File*> finished;
+    for (auto node = byHash.begin(); !node.done(); ++node)
+        finished.insert(node->values.begin(), node->values.end());
+    for (auto node = bySize.begin(); !node.done(); ++node)
+        for (File* file : node->values)
+            if (!finished.count(file))
+                file->unique = true;
 }
 
 void DuplicateFileFinder::advance(double& value, double step) const {

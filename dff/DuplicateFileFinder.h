@@ -67,6 +67,7 @@ public:
 private:
     void calcImageHash(File* file, Duplicate<ImageHashValue, File*>& images) const;
     void advance(double& value, double step) const;
+    void markUnfinished(Duplicate<long long, File*>& bySize, Duplicate<HashValue, File*>& byHash) const;
 
     std::function<void(double)> progress_;
     std::function<void(const Path&)> currentPath_;

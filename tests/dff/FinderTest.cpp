@@ -146,4 +146,22 @@ TEST_F(FinderTest, AStopBeforeTheSearchHasNoEffect) {
     EXPECT_EQ(duplicates[0].size(), 2u);
 }
 
+TEST_F(FinderTest, AStopDuringTheFileStageLeavesNoFalseFolderGroups) {
+    writeContent(at("a/x"), 100, 1);
+    writeContent(at("b/x"), 100, 2);
+    DuplicateFileFinder* running = nullptr;
+    DuplicateFileFinder finder(
+        [&](double value) {
+            // The walk is over; the files have not been read yet.
+            if (value == 0.3)
+                running->stop();
+        },
+        [](const Path&) {});
+    running = &finder;
+    finder.rootFolders = {tree.path()};
+    Groups duplicates, similar;
+    finder.find(duplicates, similar, true);
+    EXPECT_TRUE(duplicates.empty());
+}
+
 } // namespace
