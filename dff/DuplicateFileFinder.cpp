@@ -22,9 +22,18 @@ struct Hash {
     FileHasher hasher;
 };
 
-template <class T> void markAllUnique(const std::deque<T*>& values) {
-    for (auto* value : values)
-        value->unique = true;
+// The records of one digest node, taken out of the stage's racing list in chain order, to race
+// on as a group of their own.
+template <class T>
+std::deque<std::unique_ptr<T>> takeRacing(std::deque<std::unique_ptr<T>>& racing,
+                                          const std::deque<T*>& members) {
+    std::deque<std::unique_ptr<T>> group;
+    for (T* member : members) {
+        auto owned = std::find_if(racing.begin(), racing.end(),
+                                  [&](const auto& held) { return held.get() == member; });
+        group.push_back(std::move(*owned));
+    }
+    return group;
 }
 
 } // namespace
@@ -292,13 +301,7 @@ void DuplicateFileFinder::findDuplicateFiles(Duplicate<long long, File*>& bySize
                 node->values.front()->file->unique = true;
                 continue;
             }
-            std::deque<std::unique_ptr<Hash>> next;
-            for (Hash* member : node->values) {
-                auto owned = std::find_if(racing.begin(), racing.end(),
-                                          [&](const auto& held) { return held.get() == member; });
-                next.push_back(std::move(*owned));
-            }
-            groups.push_back(std::move(next));
+            groups.push_back(takeRacing(racing, node->values));
         }
     }
     for (auto node = byHash.begin(); !node.done(); ++node) {
@@ -376,13 +379,7 @@ void DuplicateFileFinder::findDuplicatePackages(Duplicate<long long, Package*>& 
                 node->values.front()->package->unique = true;
                 continue;
             }
-            Hashers next;
-            for (PackageHasher* member : node->values) {
-                auto owned = std::find_if(racing.begin(), racing.end(),
-                                          [&](const auto& held) { return held.get() == member; });
-                next.push_back(std::move(*owned));
-            }
-            groups.push_back(std::move(next));
+            groups.push_back(takeRacing(racing, node->values));
         }
     }
     markDuplicateContainers(byHash);

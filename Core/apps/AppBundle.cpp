@@ -1,7 +1,9 @@
 #include "Core/apps/AppBundle.h"
 
 #include "Core/platform/Bundle.h"
+#include "Core/platform/FileInfo.h"
 #include "Core/platform/SystemPaths.h"
+#include "Core/platform/Text.h"
 
 #include <deque>
 #include <dirent.h>
@@ -36,46 +38,8 @@ std::optional<Identity> identify(const std::string& path) {
     return Identity{*identifier, name};
 }
 
-struct FolderEntry {
-    std::string name;
-    bool isDirectory;
-};
-
-std::vector<FolderEntry> listFolder(const std::string& path) {
-    std::vector<FolderEntry> entries;
-    DIR* dir = ::opendir(path.c_str());
-    if (!dir)
-        return entries;
-    while (dirent* entry = ::readdir(dir)) {
-        std::string name = entry->d_name;
-        if (name == "." || name == "..")
-            continue;
-        struct stat info {};
-        bool folder = ::stat((path + "/" + name).c_str(), &info) == 0 && S_ISDIR(info.st_mode);
-        entries.push_back({name, folder});
-    }
-    ::closedir(dir);
-    return entries;
-}
-
-std::string extensionOf(const std::string& name) {
-    auto dot = name.rfind('.');
-    return dot == std::string::npos || dot == 0 ? std::string() : name.substr(dot + 1);
-}
-
 bool contains(std::initializer_list<const char*> names, const std::string& name) {
     return std::find(names.begin(), names.end(), name) != names.end();
-}
-
-std::string makeUUIDString() {
-    static thread_local std::mt19937_64 generator{std::random_device{}()};
-    char text[37];
-    std::uint64_t high = generator(), low = generator();
-    std::snprintf(text, sizeof text, "%08X-%04X-4%03X-%04X-%012llX", static_cast<unsigned>(high >> 32),
-                  static_cast<unsigned>((high >> 16) & 0xFFFF), static_cast<unsigned>(high & 0xFFF),
-                  static_cast<unsigned>(0x8000 | ((low >> 48) & 0x3FFF)),
-                  static_cast<unsigned long long>(low & 0xFFFFFFFFFFFFULL));
-    return text;
 }
 
 } // namespace

@@ -1,8 +1,10 @@
 #include "Core/apps/AppFileFinder.h"
 
 #include "Core/foundation/FileManager.h"
+#include "Core/platform/FileInfo.h"
 #include "Core/platform/PropertyList.h"
 #include "Core/platform/SystemPaths.h"
+#include "Core/platform/Text.h"
 #include "Core/rules/PublicSuffixList.h"
 
 #include <algorithm>
@@ -24,23 +26,6 @@ FileFinder::Record recordOf(const std::string& path, std::int64_t priority, AppF
 bool holdsURL(const AppFileInfos& records, const URL& url) {
     return std::any_of(records.begin(), records.end(),
                        [&](const auto& record) { return record.file->url == url; });
-}
-
-std::vector<std::pair<std::string, bool>> listing(const std::string& folder) {
-    std::vector<std::pair<std::string, bool>> entries;
-    DIR* dir = ::opendir(folder.c_str());
-    if (!dir)
-        return entries;
-    while (dirent* entry = ::readdir(dir)) {
-        std::string name = entry->d_name;
-        if (name == "." || name == ".." || name == ".DS_Store")
-            continue;
-        struct stat info {};
-        entries.emplace_back(name,
-                             ::stat((folder + "/" + name).c_str(), &info) == 0 && S_ISDIR(info.st_mode));
-    }
-    ::closedir(dir);
-    return entries;
 }
 
 bool endsWith(const std::string& text, const std::string& suffix) {
@@ -67,7 +52,7 @@ std::vector<std::string> requirementIdentifiers(const std::string& requirement) 
 std::unordered_map<CaseInsensitiveString, URL> helperTools() {
     std::unordered_map<CaseInsensitiveString, URL> tools;
     std::string folder = SystemPaths::shared().resolve("/Library/PrivilegedHelperTools");
-    for (const auto& [name, isFolder] : listing(folder)) {
+    for (const auto& [name, isFolder] : listFolder(folder)) {
         if (isFolder || endsWith(name, ".plist"))
             continue;
         auto info = readPlistContent(folder + "/" + name + ".plist");
@@ -86,7 +71,7 @@ std::unordered_map<CaseInsensitiveString, URL> helperTools() {
 std::unordered_map<URL, URL> aliases() {
     std::unordered_map<URL, URL> targets;
     std::string folder = SystemPaths::shared().resolve("/Applications");
-    for (const auto& [name, isFolder] : listing(folder)) {
+    for (const auto& [name, isFolder] : listFolder(folder)) {
         std::string path = folder + "/" + name;
         struct stat link {};
         char resolved[PATH_MAX];
@@ -98,15 +83,6 @@ std::unordered_map<URL, URL> aliases() {
 
 std::string lowered(const std::string& text) {
     return CaseInsensitiveString(text).lowercaseString();
-}
-
-std::vector<std::string> pieces(const std::string& id) {
-    std::vector<std::string> split;
-    std::stringstream stream(id);
-    for (std::string piece; std::getline(stream, piece, '.');)
-        if (!piece.empty())
-            split.push_back(piece);
-    return split;
 }
 
 // Removes every occurrence of `text`, ignoring case.
@@ -142,7 +118,7 @@ std::optional<std::string> harvestedContainerID(std::string name, bool isFolder)
 bool similarIDs(const std::string& a, const std::string& b) {
     if (a.find(b) != std::string::npos || b.find(a) != std::string::npos)
         return true;
-    auto left = pieces(a), right = pieces(b);
+    auto left = splitDroppingEmpty(a, '.'), right = splitDroppingEmpty(b, '.');
     auto vendorProduct = [](const std::vector<std::string>& split) -> std::optional<std::string> {
         auto at = std::find(split.begin(), split.end(), "jetbrains");
         return at != split.end() && at + 1 != split.end() ? std::optional(*(at + 1)) : std::nullopt;
@@ -361,12 +337,12 @@ AppFileInfos AppFileFinder::harvest(std::unordered_set<CaseInsensitiveString>& i
         AppFileKind kind = std::string(folder).find("Containers") != std::string::npos
                                ? AppFileKind::Tag::container
                                : AppFileKind::Tag::support;
-        for (const auto& [name, isFolder] : listing(path))
+        for (const auto& [name, isFolder] : listFolder(path))
             if (auto id = harvestedContainerID(name, isFolder))
                 add(*id, path + "/" + name, kind);
     }
     std::string preferences = paths.inHome("Library/Preferences");
-    for (const auto& [name, isFolder] : listing(preferences)) {
+    for (const auto& [name, isFolder] : listFolder(preferences)) {
         std::string id = name;
         if (!(isFolder && lowered(preferences + "/" + name).find("jetbrains") != std::string::npos)) {
             if (!endsWith(name, ".plist"))

@@ -1,6 +1,6 @@
 #include "Core/foundation/AESHelper.h"
 
-#include "Core/platform/Utf8.h"
+#include "Core/platform/Text.h"
 
 #include <algorithm>
 #include <memory>

@@ -1,25 +1,8 @@
 #include "Core/foundation/MacApp.h"
 
-#include <cstdio>
-#include <random>
+#include "Core/platform/Text.h"
 
 namespace core {
-namespace {
-
-std::string makeUUIDString() {
-    static thread_local std::mt19937_64 generator{std::random_device{}()};
-    std::uint64_t high = generator(), low = generator();
-    // Version 4, variant 1.
-    high = (high & ~0xF000ULL) | 0x4000ULL;
-    low = (low & ~(0xC000ULL << 48)) | (0x8000ULL << 48);
-    char text[37];
-    std::snprintf(text, sizeof text, "%08X-%04X-%04X-%04X-%012llX", static_cast<unsigned>(high >> 32),
-                  static_cast<unsigned>((high >> 16) & 0xFFFF), static_cast<unsigned>(high & 0xFFFF),
-                  static_cast<unsigned>(low >> 48), static_cast<unsigned long long>(low & 0xFFFFFFFFFFFFULL));
-    return text;
-}
-
-} // namespace
 
 std::shared_ptr<MacApp> MacApp::make(CaseInsensitiveString bundleID,
                                      std::optional<CaseInsensitiveString> organization) {

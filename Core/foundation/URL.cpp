@@ -1,5 +1,7 @@
 #include "Core/foundation/URL.h"
 
+#include "Core/platform/Text.h"
+
 namespace core {
 
 URL URL::fileURL(std::string path) {
@@ -16,9 +18,7 @@ std::string URL::lastPathComponent() const {
 }
 
 std::string URL::pathExtension() const {
-    std::string name = lastPathComponent();
-    auto dot = name.rfind('.');
-    return dot == std::string::npos || dot == 0 ? std::string() : name.substr(dot + 1);
+    return extensionOf(lastPathComponent());
 }
 
 URL URL::appendingPathComponent(const std::string& component) const {

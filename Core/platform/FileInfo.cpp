@@ -3,6 +3,8 @@
 #include <cerrno>
 #include <dirent.h>
 #include <fcntl.h>
+#include <fstream>
+#include <sstream>
 #include <unistd.h>
 
 namespace core {
@@ -157,6 +159,32 @@ std::int64_t GetDirectorySize(const char* path, const std::atomic<bool>* stop, i
     if (S_ISDIR(info.st_mode) && size.folder(info))
         PhysicalWalk(size, stop, error).walkBelow(path);
     return size.total;
+}
+
+std::vector<FolderEntry> listFolder(const std::string& path) {
+    std::vector<FolderEntry> entries;
+    DIR* dir = ::opendir(path.c_str());
+    if (!dir)
+        return entries;
+    while (dirent* entry = ::readdir(dir)) {
+        std::string name = entry->d_name;
+        if (name == "." || name == "..")
+            continue;
+        struct stat info {};
+        bool folder = ::stat((path + "/" + name).c_str(), &info) == 0 && S_ISDIR(info.st_mode);
+        entries.push_back({std::move(name), folder});
+    }
+    ::closedir(dir);
+    return entries;
+}
+
+std::optional<std::string> readFileContents(const std::string& path) {
+    std::ifstream in(path, std::ios::binary);
+    if (!in)
+        return std::nullopt;
+    std::stringstream bytes;
+    bytes << in.rdbuf();
+    return bytes.str();
 }
 
 TreeTally TallyTree(const char* path, const std::atomic<bool>* stop) {

@@ -8,7 +8,9 @@
 #include <cstdint>
 #include <ctime>
 #include <optional>
+#include <string>
 #include <sys/stat.h>
+#include <vector>
 
 namespace core {
 
@@ -35,6 +37,18 @@ struct TreeTally {
     std::int64_t allocated = 0; // bytes allocated to the regular files
     std::int64_t entries = 0;   // everything below, folders included
 };
+
+// One entry of a folder; links are followed to tell folders.
+struct FolderEntry {
+    std::string name;
+    bool isDirectory;
+};
+
+// The entries of a folder without "." and ".."; empty when it cannot be read.
+std::vector<FolderEntry> listFolder(const std::string& path);
+
+// The whole content of a file; absent when it cannot be read.
+std::optional<std::string> readFileContents(const std::string& path);
 
 // The totals of everything below a folder, links not followed: what a package is worth as one
 // item.

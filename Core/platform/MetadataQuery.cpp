@@ -2,6 +2,7 @@
 
 #include "Core/platform/FileInfo.h"
 #include "Core/platform/SystemPaths.h"
+#include "Core/platform/Text.h"
 #include "Core/platform/UniformTypes.h"
 
 #include <algorithm>
@@ -16,11 +17,6 @@ namespace {
 
 constexpr const char* screenCaptureAttribute = "user.com.apple.metadata:kMDItemIsScreenCapture";
 constexpr const char* commentAttribute = "user.xdg.comment";
-
-std::string extensionOf(const std::string& name) {
-    auto dot = name.rfind('.');
-    return dot == std::string::npos || dot == 0 ? std::string() : name.substr(dot + 1);
-}
 
 std::optional<std::string> extendedAttribute(const std::string& path, const char* attribute) {
     char value[1024];

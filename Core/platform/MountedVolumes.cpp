@@ -1,6 +1,7 @@
 #include "Core/platform/MountedVolumes.h"
 
-#include <fstream>
+#include "Core/platform/FileInfo.h"
+
 #include <mutex>
 #include <set>
 #include <sstream>
@@ -62,10 +63,7 @@ std::vector<std::string> mountedVolumePaths() {
         std::lock_guard lock(fileMutex);
         path = mountInfoFile;
     }
-    std::ifstream in(path);
-    std::stringstream text;
-    text << in.rdbuf();
-    return parseMountInfo(text.str());
+    return parseMountInfo(readFileContents(path).value_or(""));
 }
 
 void setMountInfoFile(std::string path) {

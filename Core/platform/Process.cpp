@@ -1,6 +1,6 @@
 #include "Core/platform/Process.h"
 
-#include "Core/platform/Utf8.h"
+#include "Core/platform/Text.h"
 
 #include <cerrno>
 #include <fcntl.h>

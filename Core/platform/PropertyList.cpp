@@ -1,10 +1,10 @@
 #include "Core/platform/PropertyList.h"
 
+#include "Core/platform/FileInfo.h"
+
 #include <cstdlib>
-#include <fstream>
 #include <memory>
 #include <plist/plist.h>
-#include <sstream>
 
 namespace core {
 namespace {
@@ -89,12 +89,8 @@ std::optional<PlistValue> parsePropertyList(const std::string& bytes) {
 }
 
 std::optional<PlistDictionary> readPlistContent(const std::string& path) {
-    std::ifstream in(path, std::ios::binary);
-    if (!in)
-        return std::nullopt;
-    std::stringstream bytes;
-    bytes << in.rdbuf();
-    auto parsed = parsePropertyList(bytes.str());
+    auto bytes = readFileContents(path);
+    auto parsed = bytes ? parsePropertyList(*bytes) : std::nullopt;
     if (!parsed || !parsed->dictionary())
         return std::nullopt;
     return *parsed->dictionary();

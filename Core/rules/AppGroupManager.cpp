@@ -1,12 +1,11 @@
 #include "Core/rules/AppGroupManager.h"
 
+#include "Core/platform/FileInfo.h"
 #include "Core/platform/SystemPaths.h"
 
 #include <array>
 #include <cstdio>
 #include <cstdlib>
-#include <fstream>
-#include <sstream>
 #include <yaml-cpp/yaml.h>
 
 namespace core {
@@ -61,13 +60,6 @@ std::unordered_set<std::string> loweredIDs(const std::vector<std::string>& ids) 
     for (const auto& id : ids)
         set.insert(lowered(id));
     return set;
-}
-
-std::string readWhole(const std::string& path) {
-    std::ifstream in(path);
-    std::stringstream text;
-    text << in.rdbuf();
-    return text.str();
 }
 
 } // namespace
@@ -130,8 +122,8 @@ AppGroupManager::LoadResult AppGroupManager::fromDocuments(const std::string& ve
 const AppGroupManager& AppGroupManager::shared() {
     static const std::shared_ptr<const AppGroupManager> instance = [] {
         auto folder = SystemPaths::shared().resourcesDirectory();
-        auto loaded =
-            fromDocuments(readWhole(folder + "/app_vender.yaml"), readWhole(folder + "/app_group.yaml"));
+        auto loaded = fromDocuments(readFileContents(folder + "/app_vender.yaml").value_or(""),
+                                    readFileContents(folder + "/app_group.yaml").value_or(""));
         if (!loaded.manager) {
             std::fprintf(stderr, "fatal: %s\n", loaded.error.c_str());
             std::exit(EXIT_FAILURE);

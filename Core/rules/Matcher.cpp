@@ -1,5 +1,7 @@
 #include "Core/rules/Matcher.h"
 
+#include "Core/platform/Text.h"
+
 #include <charconv>
 
 namespace core {
@@ -74,20 +76,6 @@ bool operator==(const Matcher& a, const Matcher& b) {
 
 namespace {
 
-std::vector<std::string> pieces(const std::string& path) {
-    std::vector<std::string> split;
-    std::size_t start = 0;
-    while (start <= path.size()) {
-        auto slash = path.find('/', start);
-        if (slash == std::string::npos)
-            slash = path.size();
-        if (slash > start)
-            split.push_back(path.substr(start, slash - start));
-        start = slash + 1;
-    }
-    return split;
-}
-
 ParsedEntry dropped(std::string reason) {
     return {ParsedEntry::Status::dropped, std::nullopt, std::move(reason)};
 }
@@ -117,7 +105,7 @@ ParsedEntry PathMatcher::parse(const std::string& entry, std::int64_t defaultPri
         if (error != std::errc() || end != digits.data() + digits.size())
             return {ParsedEntry::Status::invalid, std::nullopt, "the priority " + digits + " is too large"};
     }
-    auto split = pieces(path);
+    auto split = splitDroppingEmpty(path, '/');
     if (!path.empty() && path.front() == '/') {
         if (split.empty())
             return dropped("no piece after the root /");

@@ -1,22 +1,14 @@
 #include "Core/rules/PublicSuffixList.h"
 
+#include "Core/platform/FileInfo.h"
 #include "Core/platform/SystemPaths.h"
+#include "Core/platform/Text.h"
 
-#include <fstream>
 #include <sstream>
 #include <vector>
 
 namespace core {
 namespace {
-
-std::vector<std::string> labels(const std::string& text) {
-    std::vector<std::string> split;
-    std::stringstream stream(text);
-    for (std::string label; std::getline(stream, label, '.');)
-        if (!label.empty())
-            split.push_back(label);
-    return split;
-}
 
 PublicSuffixRule& child(std::map<std::string, std::unique_ptr<PublicSuffixRule>>& level,
                         const std::string& label) {
@@ -35,7 +27,7 @@ PublicSuffixList::PublicSuffixList(const std::string& text) {
         line = line.substr(0, line.find_first_of(" \t\r"));
         if (line.empty() || line.rfind("//", 0) == 0)
             continue;
-        auto parts = labels(line);
+        auto parts = splitDroppingEmpty(line, '.');
         if (parts.empty())
             continue;
         ++ruleCount_;
@@ -65,17 +57,14 @@ PublicSuffixList::PublicSuffixList(const std::string& text) {
 }
 
 const PublicSuffixList& PublicSuffixList::shared() {
-    static const PublicSuffixList list([] {
-        std::ifstream in(SystemPaths::shared().resourcesDirectory() + "/public_suffix_list.dat");
-        std::stringstream text;
-        text << in.rdbuf();
-        return text.str();
-    }());
+    static const PublicSuffixList list(
+        readFileContents(SystemPaths::shared().resourcesDirectory() + "/public_suffix_list.dat")
+            .value_or(""));
     return list;
 }
 
 std::optional<std::string> PublicSuffixList::organization(const std::string& bundleID) const {
-    auto pieces = labels(bundleID);
+    auto pieces = splitDroppingEmpty(bundleID, '.');
     if (pieces.size() < 2)
         return std::nullopt;
     auto top = publicSuffixRules_.find(pieces[0]);

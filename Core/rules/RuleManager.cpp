@@ -1,12 +1,11 @@
 #include "Core/rules/RuleManager.h"
 
 #include "Core/foundation/AESHelper.h"
+#include "Core/platform/FileInfo.h"
 #include "Core/platform/SystemPaths.h"
 
 #include <cstdio>
 #include <cstdlib>
-#include <fstream>
-#include <sstream>
 #include <unordered_set>
 #include <yaml-cpp/yaml.h>
 
@@ -202,14 +201,6 @@ private:
     const RuleRoots& roots_;
 };
 
-std::string readWhole(const std::string& path, bool& readable) {
-    std::ifstream in(path, std::ios::binary);
-    readable = static_cast<bool>(in);
-    std::stringstream bytes;
-    bytes << in.rdbuf();
-    return bytes.str();
-}
-
 // The folder that holds the per-user temporary folders beside their caches; where the temporary
 // folder sits at the top of the disk, as "/tmp" does on Linux, there is no such folder and the
 // temporary folder itself is the root.
@@ -237,11 +228,10 @@ RuleManager::LoadResult RuleManager::fromDocument(const std::string& yaml, const
 }
 
 RuleManager::LoadResult RuleManager::fromEncryptedFile(const std::string& path, const RuleRoots& roots) {
-    bool readable = false;
-    auto bytes = readWhole(path, readable);
-    if (!readable)
+    auto bytes = readFileContents(path);
+    if (!bytes)
         return {nullptr, "cannot read the rule document " + path};
-    auto text = AESHelper::shared().decrypt(bytes);
+    auto text = AESHelper::shared().decrypt(*bytes);
     if (!text)
         return {nullptr, "the rule document " + path + " does not decrypt"};
     return fromDocument(*text, roots);
