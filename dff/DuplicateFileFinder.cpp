@@ -14,28 +14,6 @@ namespace {
 constexpr double scannedProgress = 0.3;
 constexpr double filesHashedProgress = 0.5;
 
-// One file racing its size group: where it has read to, and its running digest.
-struct Hash {
-    explicit Hash(File* file) : file(file), reader(file) {}
-    File* file;
-    FileReader reader;
-    FileHasher hasher;
-};
-
-// The records of one digest node, taken out of the stage's racing list in chain order, to race
-// on as a group of their own.
-template <class T>
-std::deque<std::unique_ptr<T>> takeRacing(std::deque<std::unique_ptr<T>>& racing,
-                                          const std::deque<T*>& members) {
-    std::deque<std::unique_ptr<T>> group;
-    for (T* member : members) {
-        auto owned = std::find_if(racing.begin(), racing.end(),
-                                  [&](const auto& held) { return held.get() == member; });
-        group.push_back(std::move(*owned));
-    }
-    return group;
-}
-
 } // namespace
 
 DuplicateFileFinder::DuplicateFileFinder(std::function<void(double)> progress,
@@ -246,7 +224,7 @@ void DuplicateFileFinder::findDuplicateFiles(Duplicate<long long, File*>& bySize
     if (stopped)
         return;
     double value = scannedProgress;
-    std::deque<std::deque<std::unique_ptr<Hash>>> groups;
+    std::deque<RaceGroup> groups;
     for (auto node = bySize.begin(); !node.done(); ++node) {
         if (node->values.size() == 1) {
             if (stopped)
@@ -257,53 +235,25 @@ void DuplicateFileFinder::findDuplicateFiles(Duplicate<long long, File*>& bySize
             file->unique = true;
             continue;
         }
-        std::deque<std::unique_ptr<Hash>> group;
+        RaceGroup group;
         for (File* file : node->values) {
-            group.push_back(std::make_unique<Hash>(file));
+            group.push_back(std::make_unique<RacingFile>(file));
             if (stopped)
                 return;
         }
         groups.push_back(std::move(group));
     }
-    while (!groups.empty()) {
-        auto group = std::move(groups.back());
-        groups.pop_back();
-        Duplicate<HashValue, Hash*> local;
-        std::deque<std::unique_ptr<Hash>> racing;
-        for (auto& record : group) {
-            File* file = record->file;
-            if (stopped) {
-                file->unique = true;
-                return;
-            }
-            notifyCurrentPath(file->path);
-            advance(value, step);
-            try {
-                bool finished = record->reader.read(
-                    [&](const char* data, long long size) { record->hasher.update(data, size); });
-                record->hasher.hashValue(file->hash);
-                if (finished) {
-                    byHash.add(file->hash, file);
-                    continue;
-                }
-                local.add(file->hash, record.get());
-                racing.push_back(std::move(record));
-            } catch (const std::runtime_error&) {
-                calcImageHash(file, images);
-                file->unique = true;
-            }
-        }
-        if (stopped)
+    SizeGroupRace(std::move(groups), stopped).run(threads, [&](const RaceOutcome& outcome) {
+        File* file = outcome.file;
+        notifyCurrentPath(file->path);
+        advance(value, step * outcome.stagesRead);
+        if (outcome.kind == RaceOutcome::finished) {
+            byHash.add(file->hash, file);
             return;
-        for (auto node = local.begin(); !node.done(); ++node) {
-            if (node->values.size() == 1) {
-                calcImageHash(node->values.front()->file, images);
-                node->values.front()->file->unique = true;
-                continue;
-            }
-            groups.push_back(takeRacing(racing, node->values));
         }
-    }
+        calcImageHash(file, images);
+        file->unique = true;
+    });
     for (auto node = byHash.begin(); !node.done(); ++node) {
         if (stopped)
             return;

@@ -3,11 +3,13 @@
 // no twin, digests folders from their entries, and selects the groups to report.
 //
 // Threading: find() runs on the calling thread, and so do the callbacks; stop() may come from any
-// thread. One search at a time in a process: the read buffers are static.
+// thread. Files are read and digested on helper threads as well (see SizeGroupRace), but every
+// entry is marked and every tree is filled by the calling thread or by the one thread racing it.
 #pragma once
 
 #include "dff/Duplicate.h"
 #include "dff/PackageHasher.h"
+#include "dff/SizeGroupRace.h"
 
 #include <atomic>
 #include <functional>
@@ -42,6 +44,8 @@ public:
     std::vector<std::string> excludeExtensions;
     bool includeHiddenFolders = false;
     long long minFileSize = 0;
+    // Size groups race on this many threads; the results do not depend on it.
+    unsigned threads = SizeGroupRace::defaultThreads();
 
     // Scan phase.
     Directory* scanFiles(const Path& root, Duplicate<long long, File*>& files,

@@ -2,15 +2,17 @@
 // after one block, then in large steps, and a file leaves the race at the first stage where no
 // other file matches it.
 //
-// Threading: the read buffers are static: one search reads at a time.
+// Threading: each thread reads through a buffer of its own; a reader and a hasher belong to one
+// thread at a time.
 #pragma once
 
 #include "dff/Entries.h"
 
+#include <algorithm>
 #include <functional>
 #include <memory>
 
-struct evp_md_ctx_st;
+struct MD5state_st;
 
 namespace dff {
 
@@ -29,8 +31,8 @@ public:
 private:
     // Made on first use: a search holds a hasher for every file of every size group before the
     // first is read.
-    evp_md_ctx_st* context();
-    evp_md_ctx_st* context_ = nullptr;
+    MD5state_st& context();
+    std::unique_ptr<MD5state_st> context_;
 };
 
 class FileHasher : public MD5 {
@@ -50,6 +52,11 @@ public:
     // answers whether the file is finished. Throws std::runtime_error when it cannot.
     bool read(const std::function<void(const char*, long long)>& sink);
     bool isCompleted() const { return position_ == size_; }
+    // How many bytes the next stage is to read.
+    long long stageLength() const {
+        return std::max(0LL,
+                        std::min(size_ - position_, position_ == 0 ? blockSize : blockSize * blocksPerStage));
+    }
 
 private:
     Path* path_;

@@ -2,6 +2,7 @@
 
 #include "dff/DuplicateFileFinder.h"
 
+#include <malloc.h>
 #include <memory>
 
 namespace core {
@@ -69,7 +70,12 @@ DFFResult DFFDuplicateFileFinder::find(bool isOnlyDuplicates) {
     dff::Groups duplicates, similar;
     engine->find(duplicates, similar, isOnlyDuplicates);
     DFFResult result{convertResult(duplicates), convertResult(similar)};
+    duplicates.clear();
+    similar.clear();
     engine->releaseFiles();
+    // A search of a large tree has just freed its whole model at once, mostly in the arena of the
+    // thread it ran on; hand those pages back rather than keep them for a next search.
+    ::malloc_trim(0);
     return result;
 }
 

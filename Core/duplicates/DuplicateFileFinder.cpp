@@ -5,16 +5,16 @@
 namespace core {
 namespace {
 
-DuplicateGroups toDuplicates(const DFFGroups& groups) {
+DuplicateGroups toDuplicates(DFFGroups&& groups) {
     DuplicateGroups converted;
-    for (const auto& group : groups) {
+    for (auto& group : groups) {
         auto& members = converted.emplace_back();
-        for (const auto& file : group) {
-            File plain{file.url, file.size};
+        for (auto& file : group) {
+            File plain{std::move(file.url), file.size};
             if (file.photoID)
-                members.emplace_back(Photo{*file.photoID, plain});
+                members.emplace_back(Photo{std::move(*file.photoID), std::move(plain)});
             else
-                members.emplace_back(plain);
+                members.emplace_back(std::move(plain));
         }
     }
     return converted;
@@ -44,9 +44,8 @@ void DuplicateFileFinder::start(bool isOnlyDuplicates) {
         if (!self)
             return;
         auto result = self->find(isOnlyDuplicates);
-        auto duplicates = toDuplicates(result.duplicateFiles);
-        auto similar = toDuplicates(result.similarFiles);
-        self->notify([duplicates, similar](auto& target) {
+        self->notify([duplicates = toDuplicates(std::move(result.duplicateFiles)),
+                      similar = toDuplicates(std::move(result.similarFiles))](auto& target) {
             target.duplicateFileFinderCompleted(duplicates, similar);
         });
     });

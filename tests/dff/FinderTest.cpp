@@ -32,14 +32,19 @@ protected:
         finder.minFileSize = minSize;
         finder.excludeExtensions = excludeExtensions;
         finder.excludePaths = excludePaths;
+        finder.threads = threads;
         Groups duplicates, similar;
         finder.find(duplicates, similar, false);
         std::vector<std::set<std::string>> groups;
+        ordered.clear();
         for (const auto& group : duplicates) {
             auto& members = groups.emplace_back();
-            for (const File* file : group)
-                members.insert(
+            auto& inOrder = ordered.emplace_back();
+            for (const File* file : group) {
+                inOrder.push_back(
                     file->path.str() == tree.path() ? "." : file->path.str().substr(tree.path().size() + 1));
+                members.insert(inOrder.back());
+            }
         }
         finder.releaseFiles();
         return groups;
@@ -54,6 +59,9 @@ protected:
     std::vector<std::string> excludeExtensions;
     std::vector<Path> excludePaths;
     std::vector<double> progress;
+    unsigned threads = SizeGroupRace::defaultThreads();
+    // The groups of the last search with their members in the engine's order.
+    std::vector<std::vector<std::string>> ordered;
 };
 
 TEST_F(FinderTest, IdenticalFilesFormOneGroupAndNearMissesNone) {
@@ -67,6 +75,30 @@ TEST_F(FinderTest, IdenticalFilesFormOneGroupAndNearMissesNone) {
     EXPECT_EQ(groups, (std::vector<std::set<std::string>>{{"same/one", "same/two", "same/three"}}));
     EXPECT_TRUE(std::is_sorted(progress.begin(), progress.end()));
     EXPECT_DOUBLE_EQ(progress.back(), 0.9);
+}
+
+TEST_F(FinderTest, GroupsAndTheirOrderDoNotDependOnTheNumberOfThreads) {
+    for (int group = 0; group < 6; ++group)
+        for (const char* copy : {"a", "b", "c"})
+            writeContent(at("f" + std::to_string(group) + copy), 5000 + 1000 * group, group);
+    // Large enough for their second stage to be shared between threads.
+    writeContent(at("big-a"), 700000, 9);
+    writeContent(at("big-b"), 700000, 9);
+    writeContent(at("big-c"), 700000, 9, 699999);
+    writeContent(at("big-d"), 700000, 9, 300000);
+    threads = 1;
+    auto alone = find();
+    auto orderAlone = ordered;
+    threads = 4;
+    EXPECT_EQ(find(), alone);
+    EXPECT_EQ(ordered, orderAlone);
+    ASSERT_EQ(alone.size(), 7u);
+    EXPECT_TRUE(std::count(alone.begin(), alone.end(), std::set<std::string>{"big-a", "big-b"}));
+    for (int group = 0; group < 6; ++group) {
+        std::string name = "f" + std::to_string(group);
+        EXPECT_TRUE(std::count(alone.begin(), alone.end(),
+                               std::set<std::string>{name + "a", name + "b", name + "c"}));
+    }
 }
 
 TEST_F(FinderTest, IdenticalFoldersAreReportedInsteadOfTheirFiles) {
@@ -162,6 +194,26 @@ TEST_F(FinderTest, AStopDuringTheFileStageLeavesNoFalseFolderGroups) {
     Groups duplicates, similar;
     finder.find(duplicates, similar, true);
     EXPECT_TRUE(duplicates.empty());
+}
+
+TEST_F(FinderTest, AStopWhileSizeGroupsRaceOnSeveralThreadsEndsTheSearch) {
+    for (int group = 0; group < 40; ++group)
+        for (const char* copy : {"a", "b"})
+            writeContent(at("f" + std::to_string(group) + copy), 300000 + 1000 * group, group);
+    DuplicateFileFinder* running = nullptr;
+    DuplicateFileFinder finder(
+        [&](double value) {
+            if (value > 0.3 && value < 0.5)
+                running->stop();
+        },
+        [](const Path&) {});
+    running = &finder;
+    finder.rootFolders = {tree.path()};
+    finder.threads = 4;
+    Groups duplicates, similar;
+    finder.find(duplicates, similar, true);
+    // Only the size group that was being handed out when the stop came can have finished.
+    EXPECT_LE(duplicates.size(), 1u);
 }
 
 } // namespace

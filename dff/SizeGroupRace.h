@@ -1,0 +1,109 @@
+// The staged race of the files of each size group, run on several threads at once.
+//
+// A size group races on its own from its first block to its end, depth first: its subgroups are
+// worked before the next size group. So the races of two size groups never share a file or a
+// tree, and each can run on a thread of its own, its files touched only by that thread. What the
+// shared digest tree, the similarity tree and progress are to learn is written down as outcomes
+// and handed out on the calling thread in the order a single thread would have produced it: the
+// groups and their members come out the same whatever the number of threads.
+//
+// Hashing is the cost of a search, and one MD5 stream is bound to one core. Within one stage the
+// files of a group are independent too: a stage of large reads is shared with threads that have
+// no size group left to race, so that a single pair of large files still uses every core.
+#pragma once
+
+#include "dff/Duplicate.h"
+#include "dff/FileReader.h"
+
+#include <algorithm>
+#include <atomic>
+#include <condition_variable>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <vector>
+
+namespace dff {
+
+// One file racing its size group: where it has read to, its running digest, and how its last
+// stage went.
+struct RacingFile {
+    enum Stage : unsigned char { racing, finished, unreadable };
+    explicit RacingFile(File* file) : file(file), reader(file) {}
+    // Reads and digests the next stage, the digest going to the file's `hash`.
+    void readStage();
+    File* file;
+    FileReader reader;
+    FileHasher hasher;
+    Stage stage = racing;
+};
+
+using RaceGroup = std::deque<std::unique_ptr<RacingFile>>;
+
+// The records of one digest node, taken out of a stage's racing list in chain order, to race on as
+// a group of their own. Files and packages race alike.
+template <class T>
+std::deque<std::unique_ptr<T>> takeRacing(std::deque<std::unique_ptr<T>>& racing,
+                                          const std::deque<T*>& members) {
+    std::deque<std::unique_ptr<T>> group;
+    for (T* member : members) {
+        auto owned = std::find_if(racing.begin(), racing.end(),
+                                  [&](const auto& held) { return held.get() == member; });
+        group.push_back(std::move(*owned));
+    }
+    return group;
+}
+
+// How a file left the race; `stagesRead` counts the stages read since the outcome before it.
+struct RaceOutcome {
+    enum Kind : unsigned char {
+        finished,   // read to its end: its digest is final and it joins the digest tree
+        alone,      // its digest stood alone at a stage: it has no twin
+        unreadable, // a stage failed: it cannot be compared
+    };
+    File* file;
+    Kind kind;
+    unsigned stagesRead;
+};
+
+class SizeGroupRace {
+public:
+    // `groups` in the order the size tree is walked; the last is raced first.
+    SizeGroupRace(std::deque<RaceGroup> groups, const std::atomic<bool>& stopped);
+
+    // Races every group on up to `threads` threads, the calling one included, and hands each
+    // outcome to `deliver` on the calling thread. After a stop, outcomes still unhanded are
+    // dropped and the files still racing keep no final digest.
+    void run(unsigned threads, const std::function<void(const RaceOutcome&)>& deliver);
+
+    // The number of threads a search uses: the cores, up to four.
+    static unsigned defaultThreads();
+
+private:
+    // One file's stage, handed to whichever thread is free; `pending` counts the stage's reads
+    // still to do.
+    struct StageRead {
+        RacingFile* record;
+        unsigned* pending;
+    };
+
+    std::vector<RaceOutcome> race(RaceGroup group);
+    void readStage(RaceGroup& stage);
+    // These take the lock held, and may let it go while they work.
+    bool raceUnclaimedGroup(std::unique_lock<std::mutex>& guard);
+    bool readSharedStage(std::unique_lock<std::mutex>& guard);
+    void help();
+
+    std::deque<RaceGroup> groups_;
+    const std::atomic<bool>& stopped_;
+    std::mutex lock_;
+    std::condition_variable changed_;
+    // Under the lock: slot i holds the outcomes of the i-th group to race, the i-th from the back.
+    std::vector<std::vector<RaceOutcome>> slots_;
+    std::vector<char> raced_;
+    size_t claimed_ = 0;
+    unsigned racing_ = 0;
+    std::deque<StageRead> sharedReads_;
+};
+
+} // namespace dff
