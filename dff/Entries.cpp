@@ -1,9 +1,17 @@
 #include "dff/Entries.h"
 
+#include "dff/FileType.h"
+
 #include <cstring>
 #include <typeinfo>
 
 namespace dff {
+
+const char* File::getType() {
+    if (!type)
+        type = fileTypeOf(path);
+    return type;
+}
 
 int fileTypeId(const File* file) {
     const auto& type = typeid(*file);

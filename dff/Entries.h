@@ -45,6 +45,12 @@ public:
     HashValue hash;
     // No full twin, or could not be compared. Travels upward to the folders above.
     bool unique = false;
+    // The uniform type identifier, once asked for; null before, and after an ask that failed.
+    const char* type = nullptr;
+
+    // The file's uniform type identifier, by extension or else by content; null when it cannot be
+    // told, and then a later call asks again.
+    const char* getType();
 };
 
 class Symlink : public File {

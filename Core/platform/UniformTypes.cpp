@@ -1,5 +1,8 @@
 #include "Core/platform/UniformTypes.h"
 
+// The table of file extensions is the duplicate engine's, which stands alone and types files too.
+#include "dff/FileType.h"
+
 #include <algorithm>
 #include <unordered_map>
 
@@ -10,61 +13,6 @@ std::string lowered(std::string text) {
     std::transform(text.begin(), text.end(), text.begin(),
                    [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
     return text;
-}
-
-const std::unordered_map<std::string, std::string>& fileTypes() {
-    static const std::unordered_map<std::string, std::string> table = {
-        {"png", "public.png"},
-        {"jpg", "public.jpeg"},
-        {"jpeg", "public.jpeg"},
-        {"heic", "public.heic"},
-        {"heif", "public.heif"},
-        {"gif", "com.compuserve.gif"},
-        {"bmp", "com.microsoft.bmp"},
-        {"tif", "public.tiff"},
-        {"tiff", "public.tiff"},
-        {"webp", "org.webmproject.webp"},
-        {"svg", "public.svg-image"},
-        {"cr2", "com.canon.cr2-raw-image"},
-        {"nef", "com.nikon.raw-image"},
-        {"dng", "com.adobe.raw-image"},
-        {"mov", "com.apple.quicktime-movie"},
-        {"mp4", "public.mpeg-4"},
-        {"m4v", "com.apple.m4v-video"},
-        {"avi", "public.avi"},
-        {"mkv", "org.matroska.mkv"},
-        {"webm", "org.webmproject.webm"},
-        {"mp3", "public.mp3"},
-        {"m4a", "com.apple.m4a-audio"},
-        {"wav", "com.microsoft.waveform-audio"},
-        {"aiff", "public.aiff-audio"},
-        {"flac", "org.xiph.flac"},
-        {"txt", "public.plain-text"},
-        {"log", "com.apple.log"},
-        {"md", "net.daringfireball.markdown"},
-        {"csv", "public.comma-separated-values-text"},
-        {"html", "public.html"},
-        {"xml", "public.xml"},
-        {"json", "public.json"},
-        {"plist", "com.apple.property-list"},
-        {"pdf", "com.adobe.pdf"},
-        {"doc", "com.microsoft.word.doc"},
-        {"docx", "org.openxmlformats.wordprocessingml.document"},
-        {"xls", "com.microsoft.excel.xls"},
-        {"xlsx", "org.openxmlformats.spreadsheetml.sheet"},
-        {"zip", "public.zip-archive"},
-        {"gz", "org.gnu.gnu-zip-archive"},
-        {"tar", "public.tar-archive"},
-        {"bz2", "public.bzip2-archive"},
-        {"xz", "org.tukaani.xz-archive"},
-        {"7z", "org.7-zip.7-zip-archive"},
-        {"dmg", "com.apple.disk-image-udif"},
-        {"iso", "public.iso-image"},
-        {"img", "public.disk-image"},
-        {"sparseimage", "com.apple.disk-image-sparse"},
-        {"deb", "org.debian.deb-archive"},
-    };
-    return table;
 }
 
 const std::unordered_map<std::string, std::string>& packageTypes() {
@@ -185,8 +133,8 @@ std::vector<std::string> directParents(const std::string& type) {
 } // namespace
 
 std::string typeForFileExtension(const std::string& extension) {
-    auto found = fileTypes().find(lowered(extension));
-    return found == fileTypes().end() ? uti::data : found->second;
+    const char* type = dff::typeForExtension(extension);
+    return type ? type : uti::data;
 }
 
 std::string typeForPackageExtension(const std::string& extension) {
