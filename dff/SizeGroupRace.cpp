@@ -1,6 +1,7 @@
 #include "dff/SizeGroupRace.h"
 
 #include <algorithm>
+#include <optional>
 #include <stdexcept>
 #include <thread>
 
@@ -22,6 +23,61 @@ void RacingFile::readStage() {
     }
 }
 
+namespace {
+
+// A stage opened for side-by-side reading; a failure leaves the file out of the rest of it.
+struct OpenStage {
+    RacingFile& record;
+    std::optional<FileReader::Stage> stage;
+
+    explicit OpenStage(RacingFile& record) : record(record) {
+        try {
+            stage.emplace(record.reader);
+        } catch (const std::runtime_error&) {
+            record.stage = RacingFile::unreadable;
+        }
+    }
+    long long next(const char*& data, int lane) {
+        if (!stage)
+            return 0;
+        try {
+            return stage->next(data, lane);
+        } catch (const std::runtime_error&) {
+            record.stage = RacingFile::unreadable;
+            stage.reset();
+            return 0;
+        }
+    }
+    void finish() {
+        if (record.stage == RacingFile::unreadable)
+            return;
+        record.hasher.hashValue(record.file->hash);
+        record.stage = record.reader.isCompleted() ? RacingFile::finished : RacingFile::racing;
+    }
+};
+
+} // namespace
+
+void RacingFile::readStagePair(RacingFile& first, RacingFile& second) {
+    OpenStage a(first), b(second);
+    const char* dataA = nullptr;
+    const char* dataB = nullptr;
+    for (;;) {
+        long long lengthA = a.next(dataA, 0), lengthB = b.next(dataB, 1);
+        if (lengthA == 0 && lengthB == 0)
+            break;
+        if (lengthA == lengthB) {
+            FileHasher::updatePair(first.hasher, dataA, second.hasher, dataB, lengthA);
+            continue;
+        }
+        // One file failed or changed its length since the scan: each goes on alone.
+        first.hasher.update(dataA, lengthA);
+        second.hasher.update(dataB, lengthB);
+    }
+    a.finish();
+    b.finish();
+}
+
 SizeGroupRace::SizeGroupRace(std::deque<RaceGroup> groups, const std::atomic<bool>& stopped)
     : groups_(std::move(groups)), stopped_(stopped) {}
 
@@ -29,27 +85,46 @@ unsigned SizeGroupRace::defaultThreads() {
     return std::clamp(std::thread::hardware_concurrency(), 1u, 4u);
 }
 
+void SizeGroupRace::waitForChange(std::unique_lock<std::mutex>& guard) {
+    ++idle_;
+    changed_.wait(guard);
+    --idle_;
+}
+
+// The files of a stage are read two by two, side by side; but when a large stage has just one pair
+// and another thread has nothing to do, each of the two gets a thread.
 void SizeGroupRace::readStage(RaceGroup& stage) {
-    if (stage.size() < 2 || stage.front()->reader.stageLength() < sharedStageLength) {
-        for (auto& record : stage) {
+    bool large = !stage.empty() && stage.front()->reader.stageLength() >= sharedStageLength;
+    std::unique_lock<std::mutex> guard(lock_, std::defer_lock);
+    bool split = false;
+    if (large && stage.size() == 2) {
+        guard.lock();
+        split = idle_ > 0;
+        guard.unlock();
+    }
+    unsigned pending = 0;
+    std::vector<StageRead> reads;
+    for (size_t i = 0; i < stage.size(); i += split ? 1 : 2)
+        reads.push_back(
+            {stage[i].get(), !split && i + 1 < stage.size() ? stage[i + 1].get() : nullptr, &pending});
+    if (reads.size() < 2 || !large) {
+        for (const auto& read : reads) {
             if (stopped_)
                 return;
-            record->readStage();
+            read();
         }
         return;
     }
-    unsigned pending = 0;
-    std::unique_lock<std::mutex> guard(lock_);
-    for (size_t i = 1; i < stage.size(); ++i)
-        sharedReads_.push_back({stage[i].get(), &pending});
-    pending = static_cast<unsigned>(stage.size() - 1);
+    guard.lock();
+    sharedReads_.insert(sharedReads_.end(), reads.begin() + 1, reads.end());
+    pending = static_cast<unsigned>(reads.size() - 1);
     changed_.notify_all();
     guard.unlock();
-    stage.front()->readStage();
+    reads.front()();
     guard.lock();
     while (pending > 0)
         if (!readSharedStage(guard))
-            changed_.wait(guard);
+            waitForChange(guard);
 }
 
 std::vector<RaceOutcome> SizeGroupRace::race(RaceGroup group) {
@@ -115,7 +190,7 @@ bool SizeGroupRace::readSharedStage(std::unique_lock<std::mutex>& guard) {
     StageRead read = sharedReads_.front();
     sharedReads_.pop_front();
     guard.unlock();
-    read.record->readStage();
+    read();
     guard.lock();
     --*read.pending;
     changed_.notify_all();
@@ -131,7 +206,7 @@ void SizeGroupRace::help() {
             continue;
         if (racing_ == 0)
             return;
-        changed_.wait(guard);
+        waitForChange(guard);
     }
 }
 
@@ -154,7 +229,7 @@ void SizeGroupRace::run(unsigned threads, const std::function<void(const RaceOut
                 deliver(outcome);
             guard.lock();
         } else if (!readSharedStage(guard) && !raceUnclaimedGroup(guard)) {
-            changed_.wait(guard);
+            waitForChange(guard);
         }
     }
     guard.unlock();

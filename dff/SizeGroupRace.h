@@ -32,6 +32,8 @@ struct RacingFile {
     explicit RacingFile(File* file) : file(file), reader(file) {}
     // Reads and digests the next stage, the digest going to the file's `hash`.
     void readStage();
+    // The same for two files of one size, read side by side and digested together.
+    static void readStagePair(RacingFile& first, RacingFile& second);
     File* file;
     FileReader reader;
     FileHasher hasher;
@@ -80,11 +82,13 @@ public:
     static unsigned defaultThreads();
 
 private:
-    // One file's stage, handed to whichever thread is free; `pending` counts the stage's reads
-    // still to do.
+    // The stage of one or two files, handed to whichever thread is free; `pending` counts the
+    // stage's reads still to do.
     struct StageRead {
-        RacingFile* record;
+        RacingFile* first;
+        RacingFile* second; // null when the stage's files are odd in number
         unsigned* pending;
+        void operator()() const { second ? RacingFile::readStagePair(*first, *second) : first->readStage(); }
     };
 
     std::vector<RaceOutcome> race(RaceGroup group);
@@ -93,6 +97,7 @@ private:
     bool raceUnclaimedGroup(std::unique_lock<std::mutex>& guard);
     bool readSharedStage(std::unique_lock<std::mutex>& guard);
     void help();
+    void waitForChange(std::unique_lock<std::mutex>& guard);
 
     std::deque<RaceGroup> groups_;
     const std::atomic<bool>& stopped_;
@@ -103,6 +108,7 @@ private:
     std::vector<char> raced_;
     size_t claimed_ = 0;
     unsigned racing_ = 0;
+    unsigned idle_ = 0; // threads waiting for work
     std::deque<StageRead> sharedReads_;
 };
 

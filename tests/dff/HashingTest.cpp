@@ -1,9 +1,12 @@
 #include "dff/PackageHasher.h"
+#include "dff/SizeGroupRace.h"
 
 #include "tests/support/TempTree.h"
 
 #include <gtest/gtest.h>
 
+#include <fstream>
+#include <random>
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <unistd.h>
@@ -51,6 +54,85 @@ TEST(FileReader, FailsOnMissingAndShrunkFiles) {
     Path shrunk(tree.file("shrunk", 100));
     FileReader reader(&shrunk, 5000);
     EXPECT_THROW(reader.read([](auto&&...) {}), std::runtime_error);
+}
+
+HashValue digestOf(const std::string& bytes) {
+    MD5 digest;
+    digest.updateMD5(bytes.data(), static_cast<long long>(bytes.size()));
+    HashValue value;
+    digest.hashValue(value);
+    return value;
+}
+
+std::string randomBytes(std::size_t count, unsigned seed) {
+    std::mt19937 generator(seed);
+    std::string bytes(count, '\0');
+    for (auto& byte : bytes)
+        byte = static_cast<char>(generator());
+    return bytes;
+}
+
+TEST(MD5, TwoStreamsSideBySideDigestAsEachAlone) {
+    std::string a = randomBytes(300000, 1), b = randomBytes(300000, 2);
+    // Whole blocks, a ragged end, and a start that leaves part of a block in one context.
+    for (long long head : {0LL, 64LL, 13LL}) {
+        for (long long length : {0LL, 64LL, 1000LL, 299000LL}) {
+            MD5 first, second;
+            first.updateMD5(a.data(), head);
+            second.updateMD5(b.data(), 64);
+            MD5::updatePair(first, a.data() + head, second, b.data() + 64, length);
+            // Both go on alone afterwards, and the digests still come out right.
+            first.updateMD5(a.data() + head + length, 7);
+            HashValue x, y;
+            first.hashValue(x);
+            second.hashValue(y);
+            EXPECT_EQ(x, digestOf(a.substr(0, static_cast<std::size_t>(head + length + 7))))
+                << head << " " << length;
+            EXPECT_EQ(y, digestOf(b.substr(0, static_cast<std::size_t>(64 + length))))
+                << head << " " << length;
+        }
+    }
+}
+
+TEST(FileReader, PairsReadSideBySideMatchSingleReadsAndFailAlone) {
+    TempTree tree;
+    const long long size = 4096 + 4096000 + 100;
+    std::string content = randomBytes(static_cast<std::size_t>(size), 3);
+    std::ofstream(tree.at("one"), std::ios::binary) << content;
+    std::ofstream(tree.at("two"), std::ios::binary) << content;
+    std::ofstream(tree.at("short"), std::ios::binary) << content.substr(0, 5000);
+    File one(tree.at("one"), size, nullptr), two(tree.at("two"), size, nullptr);
+    File missing(tree.at("missing"), size, nullptr), shrunk(tree.at("short"), size, nullptr);
+    RacingFile a(&one), b(&two), gone(&missing), cut(&shrunk);
+    RacingFile alone(&two);
+
+    for (int stage = 0; stage < 3; ++stage) {
+        RacingFile::readStagePair(a, b);
+        HashValue pairDigest = two.hash;
+        alone.readStage();
+        EXPECT_EQ(one.hash, pairDigest) << stage;
+        EXPECT_EQ(two.hash, pairDigest) << stage;
+        EXPECT_EQ(a.stage, alone.stage) << stage;
+    }
+    EXPECT_EQ(a.stage, RacingFile::finished);
+    EXPECT_EQ(one.hash, digestOf(content));
+
+    // A file that cannot be opened, or ends early, leaves its partner to finish alone.
+    RacingFile partner(&one), otherPartner(&two);
+    RacingFile::readStagePair(gone, partner);
+    EXPECT_EQ(gone.stage, RacingFile::unreadable);
+    EXPECT_EQ(partner.stage, RacingFile::racing);
+    RacingFile::readStagePair(otherPartner, cut);
+    RacingFile::readStagePair(otherPartner, cut);
+    EXPECT_EQ(cut.stage, RacingFile::unreadable);
+    EXPECT_EQ(otherPartner.stage, RacingFile::racing);
+    partner.readStage();
+    partner.readStage();
+    otherPartner.readStage();
+    EXPECT_EQ(partner.stage, RacingFile::finished);
+    EXPECT_EQ(otherPartner.stage, RacingFile::finished);
+    EXPECT_EQ(one.hash, digestOf(content));
+    EXPECT_EQ(two.hash, digestOf(content));
 }
 
 TEST(FileReader, LinksDigestTheirText) {
