@@ -178,9 +178,7 @@ void MD5::updatePair(MD5& first, const void* a, MD5& second, const void* b, long
     }
 }
 
-FileReader::Stage::Stage(FileReader& reader)
-    : reader_(reader),
-      end_(reader.position_ + (reader.position_ == 0 ? blockSize : blockSize * blocksPerStage)) {
+FileReader::Stage::Stage(FileReader& reader) : reader_(reader), end_(reader.stageEnd()) {
     if (reader.size_ == 0)
         return;
     fd_ = ::open(reader.path_->cStr(), O_RDONLY | O_CLOEXEC);

@@ -79,12 +79,14 @@ public:
     };
 
     // How many bytes the next stage is to read.
-    long long stageLength() const {
-        return std::max(0LL,
-                        std::min(size_ - position_, position_ == 0 ? blockSize : blockSize * blocksPerStage));
-    }
+    long long stageLength() const { return std::max(0LL, std::min(size_, stageEnd()) - position_); }
 
 private:
+    // Where the next stage ends: one block in, or a thousand blocks further on.
+    long long stageEnd() const {
+        return position_ + (position_ == 0 ? blockSize : blockSize * blocksPerStage);
+    }
+
     Path* path_;
     long long size_;
     long long position_ = 0;

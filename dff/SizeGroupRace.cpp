@@ -11,21 +11,8 @@ namespace {
 // Below this many bytes a stage is read where it is: handing it to another thread costs more.
 constexpr long long sharedStageLength = 256 << 10;
 
-} // namespace
-
-void RacingFile::readStage() {
-    try {
-        bool done = reader.read([this](const char* data, long long size) { hasher.update(data, size); });
-        hasher.hashValue(file->hash);
-        stage = done ? finished : racing;
-    } catch (const std::runtime_error&) {
-        stage = unreadable;
-    }
-}
-
-namespace {
-
-// A stage opened for side-by-side reading; a failure leaves the file out of the rest of it.
+// A racing file's stage, opened to be read a chunk at a time; a failure marks the file unreadable
+// and leaves it out of the rest of the stage.
 struct OpenStage {
     RacingFile& record;
     std::optional<FileReader::Stage> stage;
@@ -34,7 +21,7 @@ struct OpenStage {
         try {
             stage.emplace(record.reader);
         } catch (const std::runtime_error&) {
-            record.stage = RacingFile::unreadable;
+            record.state = RacingFile::unreadable;
         }
     }
     long long next(const char*& data, int lane) {
@@ -43,20 +30,28 @@ struct OpenStage {
         try {
             return stage->next(data, lane);
         } catch (const std::runtime_error&) {
-            record.stage = RacingFile::unreadable;
+            record.state = RacingFile::unreadable;
             stage.reset();
             return 0;
         }
     }
     void finish() {
-        if (record.stage == RacingFile::unreadable)
+        if (record.state == RacingFile::unreadable)
             return;
         record.hasher.hashValue(record.file->hash);
-        record.stage = record.reader.isCompleted() ? RacingFile::finished : RacingFile::racing;
+        record.state = record.reader.isCompleted() ? RacingFile::finished : RacingFile::racing;
     }
 };
 
 } // namespace
+
+void RacingFile::readStage() {
+    OpenStage open(*this);
+    const char* data = nullptr;
+    while (long long length = open.next(data, 0))
+        hasher.update(data, length);
+    open.finish();
+}
 
 void RacingFile::readStagePair(RacingFile& first, RacingFile& second) {
     OpenStage a(first), b(second);
@@ -149,9 +144,9 @@ std::vector<RaceOutcome> SizeGroupRace::race(RaceGroup group) {
                 return outcomes;
             }
             ++stagesRead;
-            if (record->stage == RacingFile::finished) {
+            if (record->state == RacingFile::finished) {
                 leave(file, RaceOutcome::finished);
-            } else if (record->stage == RacingFile::unreadable) {
+            } else if (record->state == RacingFile::unreadable) {
                 leave(file, RaceOutcome::unreadable);
             } else {
                 local.add(file->hash, record.get());

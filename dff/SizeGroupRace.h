@@ -8,8 +8,9 @@
 // groups and their members come out the same whatever the number of threads.
 //
 // Hashing is the cost of a search, and one MD5 stream is bound to one core. Within one stage the
-// files of a group are independent too: a stage of large reads is shared with threads that have
-// no size group left to race, so that a single pair of large files still uses every core.
+// files of a group are independent too: they are read two by two and digested side by side, and a
+// stage of large reads is shared with threads that have no size group left to race, so that a
+// single pair of large files still uses every core.
 #pragma once
 
 #include "dff/Duplicate.h"
@@ -28,7 +29,7 @@ namespace dff {
 // One file racing its size group: where it has read to, its running digest, and how its last
 // stage went.
 struct RacingFile {
-    enum Stage : unsigned char { racing, finished, unreadable };
+    enum State : unsigned char { racing, finished, unreadable };
     explicit RacingFile(File* file) : file(file), reader(file) {}
     // Reads and digests the next stage, the digest going to the file's `hash`.
     void readStage();
@@ -37,7 +38,7 @@ struct RacingFile {
     File* file;
     FileReader reader;
     FileHasher hasher;
-    Stage stage = racing;
+    State state = racing;
 };
 
 using RaceGroup = std::deque<std::unique_ptr<RacingFile>>;

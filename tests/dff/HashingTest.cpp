@@ -112,25 +112,25 @@ TEST(FileReader, PairsReadSideBySideMatchSingleReadsAndFailAlone) {
         alone.readStage();
         EXPECT_EQ(one.hash, pairDigest) << stage;
         EXPECT_EQ(two.hash, pairDigest) << stage;
-        EXPECT_EQ(a.stage, alone.stage) << stage;
+        EXPECT_EQ(a.state, alone.state) << stage;
     }
-    EXPECT_EQ(a.stage, RacingFile::finished);
+    EXPECT_EQ(a.state, RacingFile::finished);
     EXPECT_EQ(one.hash, digestOf(content));
 
     // A file that cannot be opened, or ends early, leaves its partner to finish alone.
     RacingFile partner(&one), otherPartner(&two);
     RacingFile::readStagePair(gone, partner);
-    EXPECT_EQ(gone.stage, RacingFile::unreadable);
-    EXPECT_EQ(partner.stage, RacingFile::racing);
+    EXPECT_EQ(gone.state, RacingFile::unreadable);
+    EXPECT_EQ(partner.state, RacingFile::racing);
     RacingFile::readStagePair(otherPartner, cut);
     RacingFile::readStagePair(otherPartner, cut);
-    EXPECT_EQ(cut.stage, RacingFile::unreadable);
-    EXPECT_EQ(otherPartner.stage, RacingFile::racing);
+    EXPECT_EQ(cut.state, RacingFile::unreadable);
+    EXPECT_EQ(otherPartner.state, RacingFile::racing);
     partner.readStage();
     partner.readStage();
     otherPartner.readStage();
-    EXPECT_EQ(partner.stage, RacingFile::finished);
-    EXPECT_EQ(otherPartner.stage, RacingFile::finished);
+    EXPECT_EQ(partner.state, RacingFile::finished);
+    EXPECT_EQ(otherPartner.state, RacingFile::finished);
     EXPECT_EQ(one.hash, digestOf(content));
     EXPECT_EQ(two.hash, digestOf(content));
 }
