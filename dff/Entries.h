@@ -2,7 +2,8 @@
 // (files, links, folders, packages, photo libraries, photos). Entries carry no behaviour; the
 // finder and the hashers write digests, sizes and the two marks into them.
 //
-// Threading: no locks; every entry is touched only by the thread that runs the search.
+// Threading: no locks; an entry is touched by one thread at a time: the one running the search,
+// or the one racing the entry's size group, handing it back before the search goes on.
 #pragma once
 
 #include "dff/Path.h"

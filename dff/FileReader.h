@@ -2,7 +2,7 @@
 // after one block, then in large steps, and a file leaves the race at the first stage where no
 // other file matches it.
 //
-// Threading: each thread reads through a buffer of its own; a reader and a hasher belong to one
+// Threading: each thread reads through buffers of its own; a reader and a hasher belong to one
 // thread at a time.
 #pragma once
 
