@@ -1,6 +1,7 @@
 #include "dff/SizeGroupRace.h"
 
 #include <algorithm>
+#include <iterator>
 #include <optional>
 #include <stdexcept>
 #include <thread>
@@ -86,22 +87,37 @@ void SizeGroupRace::waitForChange(std::unique_lock<std::mutex>& guard) {
     --idle_;
 }
 
+bool SizeGroupRace::isLarge(const RaceGroup& group) {
+    return !group.empty() && group.front()->reader.stageLength() >= sharedStageLength;
+}
+
+void SizeGroupRace::share(std::function<void()> work, unsigned& pending) {
+    shared_.push_back({std::move(work), &pending});
+    ++pending;
+    changed_.notify_all();
+}
+
+void SizeGroupRace::finishShared(std::unique_lock<std::mutex>& guard, const unsigned& pending) {
+    while (pending > 0)
+        if (!doSharedWork(guard))
+            waitForChange(guard);
+}
+
 // The files of a stage are read two by two, side by side; but when a large stage has just one pair
-// and another thread has nothing to do, each of the two gets a thread.
+// and another thread has nothing to do, not even shared work waiting, each of the two gets a
+// thread.
 void SizeGroupRace::readStage(RaceGroup& stage) {
-    bool large = !stage.empty() && stage.front()->reader.stageLength() >= sharedStageLength;
+    bool large = isLarge(stage);
     std::unique_lock<std::mutex> guard(lock_, std::defer_lock);
     bool split = false;
     if (large && stage.size() == 2) {
         guard.lock();
-        split = idle_ > 0;
+        split = idle_ > shared_.size();
         guard.unlock();
     }
-    unsigned pending = 0;
     std::vector<StageRead> reads;
     for (size_t i = 0; i < stage.size(); i += split ? 1 : 2)
-        reads.push_back(
-            {stage[i].get(), !split && i + 1 < stage.size() ? stage[i + 1].get() : nullptr, &pending});
+        reads.push_back({stage[i].get(), !split && i + 1 < stage.size() ? stage[i + 1].get() : nullptr});
     if (reads.size() < 2 || !large) {
         for (const auto& read : reads) {
             if (stopped_)
@@ -110,57 +126,88 @@ void SizeGroupRace::readStage(RaceGroup& stage) {
         }
         return;
     }
+    unsigned pending = 0;
     guard.lock();
-    sharedReads_.insert(sharedReads_.end(), reads.begin() + 1, reads.end());
-    pending = static_cast<unsigned>(reads.size() - 1);
-    changed_.notify_all();
+    for (size_t i = 1; i < reads.size(); ++i)
+        share(reads[i], pending);
     guard.unlock();
     reads.front()();
     guard.lock();
-    while (pending > 0)
-        if (!readSharedStage(guard))
-            waitForChange(guard);
+    finishShared(guard, pending);
 }
 
 std::vector<RaceOutcome> SizeGroupRace::race(RaceGroup group) {
-    std::vector<RaceOutcome> outcomes;
-    unsigned stagesRead = 0;
-    auto leave = [&](File* file, RaceOutcome::Kind kind) {
-        outcomes.push_back({file, kind, stagesRead});
-        stagesRead = 0;
-    };
-    std::vector<RaceGroup> pending;
-    pending.push_back(std::move(group));
-    while (!pending.empty()) {
-        RaceGroup stage = std::move(pending.back());
-        pending.pop_back();
-        readStage(stage);
+    Outcomes outcomes;
+    raceInto(std::move(group), outcomes);
+    return std::move(outcomes.list);
+}
+
+void SizeGroupRace::raceInto(RaceGroup group, Outcomes& outcomes) {
+    for (;;) {
+        readStage(group);
         Duplicate<HashValue, RacingFile*> local;
         RaceGroup racing;
-        for (auto& record : stage) {
+        for (auto& record : group) {
             File* file = record->file;
             if (stopped_) {
                 file->unique = true;
-                return outcomes;
+                return;
             }
-            ++stagesRead;
+            ++outcomes.stagesRead;
             if (record->state == RacingFile::finished) {
-                leave(file, RaceOutcome::finished);
+                outcomes.leave(file, RaceOutcome::finished);
             } else if (record->state == RacingFile::unreadable) {
-                leave(file, RaceOutcome::unreadable);
+                outcomes.leave(file, RaceOutcome::unreadable);
             } else {
                 local.add(file->hash, record.get());
                 racing.push_back(std::move(record));
             }
         }
+        std::vector<RaceGroup> subgroups;
         for (auto node = local.begin(); !node.done(); ++node) {
             if (node->values.size() == 1)
-                leave(node->values.front()->file, RaceOutcome::alone);
+                outcomes.leave(node->values.front()->file, RaceOutcome::alone);
             else
-                pending.push_back(takeRacing(racing, node->values));
+                subgroups.push_back(takeRacing(racing, node->values));
         }
+        if (subgroups.empty())
+            return;
+        if (subgroups.size() > 1)
+            return raceSubgroups(subgroups, outcomes);
+        group = std::move(subgroups.front());
     }
-    return outcomes;
+}
+
+// Subgroups race from the last to the first, each to its end. While the last races here, the large
+// ones after it in turn are offered to other threads; their outcomes are taken in their turn, and
+// one nobody took by then is raced here.
+void SizeGroupRace::raceSubgroups(std::vector<RaceGroup>& subgroups, Outcomes& outcomes) {
+    struct HandedOff {
+        RaceGroup group;
+        std::vector<RaceOutcome> outcomes;
+        unsigned pending = 0;
+    };
+    std::vector<std::unique_ptr<HandedOff>> handedOff(subgroups.size());
+    std::unique_lock<std::mutex> guard(lock_);
+    for (size_t k = subgroups.size() - 1; k-- > 0;) {
+        if (!isLarge(subgroups[k]))
+            continue;
+        auto& away = handedOff[k] = std::make_unique<HandedOff>();
+        away->group = std::move(subgroups[k]);
+        share([this, to = away.get()] { to->outcomes = race(std::move(to->group)); }, away->pending);
+    }
+    guard.unlock();
+    for (size_t k = subgroups.size(); k-- > 0;) {
+        if (!handedOff[k]) {
+            if (!stopped_)
+                raceInto(std::move(subgroups[k]), outcomes);
+            continue;
+        }
+        guard.lock();
+        finishShared(guard, handedOff[k]->pending);
+        guard.unlock();
+        outcomes.append(std::move(handedOff[k]->outcomes));
+    }
 }
 
 bool SizeGroupRace::raceUnclaimedGroup(std::unique_lock<std::mutex>& guard) {
@@ -179,25 +226,25 @@ bool SizeGroupRace::raceUnclaimedGroup(std::unique_lock<std::mutex>& guard) {
     return true;
 }
 
-bool SizeGroupRace::readSharedStage(std::unique_lock<std::mutex>& guard) {
-    if (sharedReads_.empty())
+bool SizeGroupRace::doSharedWork(std::unique_lock<std::mutex>& guard) {
+    if (shared_.empty())
         return false;
-    StageRead read = sharedReads_.front();
-    sharedReads_.pop_front();
+    SharedWork shared = std::move(shared_.front());
+    shared_.pop_front();
     guard.unlock();
-    read();
+    shared.work();
     guard.lock();
-    --*read.pending;
+    --*shared.pending;
     changed_.notify_all();
     return true;
 }
 
-// A helper thread reads shared stages first, as their racers wait for them, then races size groups
-// nobody has claimed, and stays while any race may still share a stage.
+// A helper thread does shared work first, as its racers wait for it, then races size groups nobody
+// has claimed, and stays while any race may still share work.
 void SizeGroupRace::help() {
     std::unique_lock<std::mutex> guard(lock_);
     for (;;) {
-        if (readSharedStage(guard) || raceUnclaimedGroup(guard))
+        if (doSharedWork(guard) || raceUnclaimedGroup(guard))
             continue;
         if (racing_ == 0)
             return;
@@ -223,7 +270,7 @@ void SizeGroupRace::run(unsigned threads, const std::function<void(const RaceOut
             for (const auto& outcome : outcomes)
                 deliver(outcome);
             guard.lock();
-        } else if (!readSharedStage(guard) && !raceUnclaimedGroup(guard)) {
+        } else if (!doSharedWork(guard) && !raceUnclaimedGroup(guard)) {
             waitForChange(guard);
         }
     }

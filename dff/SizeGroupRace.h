@@ -20,6 +20,7 @@
 #include <atomic>
 #include <condition_variable>
 #include <functional>
+#include <iterator>
 #include <memory>
 #include <mutex>
 #include <vector>
@@ -83,22 +84,44 @@ public:
     static unsigned defaultThreads();
 
 private:
-    // The stage of one or two files, handed to whichever thread is free; `pending` counts the
-    // stage's reads still to do.
+    // The stage of one or two files.
     struct StageRead {
         RacingFile* first;
         RacingFile* second; // null when the stage's files are odd in number
-        unsigned* pending;
         void operator()() const { second ? RacingFile::readStagePair(*first, *second) : first->readStage(); }
+    };
+    // Work handed to whichever thread is free; `pending` counts what its owner still waits for.
+    struct SharedWork {
+        std::function<void()> work;
+        unsigned* pending;
+    };
+    // What a race found so far, in order.
+    struct Outcomes {
+        std::vector<RaceOutcome> list;
+        unsigned stagesRead = 0;
+        void leave(File* file, RaceOutcome::Kind kind) {
+            list.push_back({file, kind, stagesRead});
+            stagesRead = 0;
+        }
+        void append(std::vector<RaceOutcome>&& more) {
+            list.insert(list.end(), std::make_move_iterator(more.begin()),
+                        std::make_move_iterator(more.end()));
+        }
     };
 
     std::vector<RaceOutcome> race(RaceGroup group);
+    void raceInto(RaceGroup group, Outcomes& outcomes);
+    void raceSubgroups(std::vector<RaceGroup>& subgroups, Outcomes& outcomes);
     void readStage(RaceGroup& stage);
+    // Whether the group's next stage is worth handing to another thread.
+    static bool isLarge(const RaceGroup& group);
     // These take the lock held, and may let it go while they work.
+    void share(std::function<void()> work, unsigned& pending);
+    void finishShared(std::unique_lock<std::mutex>& guard, const unsigned& pending);
+    bool doSharedWork(std::unique_lock<std::mutex>& guard);
     bool raceUnclaimedGroup(std::unique_lock<std::mutex>& guard);
-    bool readSharedStage(std::unique_lock<std::mutex>& guard);
-    void help();
     void waitForChange(std::unique_lock<std::mutex>& guard);
+    void help();
 
     std::deque<RaceGroup> groups_;
     const std::atomic<bool>& stopped_;
@@ -110,7 +133,7 @@ private:
     size_t claimed_ = 0;
     unsigned racing_ = 0;
     unsigned idle_ = 0; // threads waiting for work
-    std::deque<StageRead> sharedReads_;
+    std::deque<SharedWork> shared_;
 };
 
 } // namespace dff
