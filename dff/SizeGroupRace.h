@@ -8,9 +8,10 @@
 // groups and their members come out the same whatever the number of threads.
 //
 // Hashing is the cost of a search, and one MD5 stream is bound to one core. Within one stage the
-// files of a group are independent too: they are read two by two and digested side by side, and a
-// stage of large reads is shared with threads that have no size group left to race, so that a
-// single pair of large files still uses every core.
+// files of a group are independent too: they are read two by two and digested side by side. Work
+// with long reads ahead is offered to threads that have no size group left to race: the
+// subgroups a size group splits into, each raced to its end and its outcomes taken in its turn,
+// and the pairs of one large stage, so that a few large files still use every core.
 #pragma once
 
 #include "dff/Duplicate.h"
