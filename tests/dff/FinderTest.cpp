@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <fstream>
 #include <set>
+#include <unistd.h>
 
 using namespace dff;
 using core::testing::TempTree;
@@ -205,6 +206,27 @@ TEST_F(FinderTest, AStopDuringTheFileStageLeavesNoFalseFolderGroups) {
     Groups duplicates, similar;
     finder.find(duplicates, similar, true);
     EXPECT_TRUE(duplicates.empty());
+}
+
+TEST_F(FinderTest, AFileThatShrinksAfterTheWalkHasNoTwin) {
+    for (const char* name : {"a/x", "b/x", "c/x"})
+        writeContent(at(name), 10000, 1);
+    DuplicateFileFinder finder(
+        [&](double value) {
+            // The walk has seen all three at full length; one is cut before its second stage.
+            if (value == 0.3)
+                ::truncate(tree.at("c/x").c_str(), 5000);
+        },
+        [](const Path&) {});
+    finder.rootFolders = {tree.path()};
+    Groups duplicates, similar;
+    finder.find(duplicates, similar, true);
+    // The copies in a and b still match, and so do their folders; c is out.
+    ASSERT_EQ(duplicates.size(), 1u);
+    std::set<std::string> members;
+    for (const File* file : duplicates[0])
+        members.insert(file->path.str());
+    EXPECT_EQ(members, (std::set<std::string>{tree.at("a"), tree.at("b")}));
 }
 
 TEST_F(FinderTest, AStopWhileSizeGroupsRaceOnSeveralThreadsEndsTheSearch) {
