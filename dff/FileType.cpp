@@ -1,9 +1,10 @@
 #include "dff/FileType.h"
 
 #include <algorithm>
+#include <cctype>
 #include <magic.h>
 #include <mutex>
-#include <strings.h>
+#include <unordered_map>
 #include <unordered_set>
 
 namespace dff {
@@ -71,10 +72,6 @@ constexpr FileTypeRow fileTypes[] = {
 
 constexpr const char* genericData = "public.data";
 
-bool equalsIgnoringCase(std::string_view a, const char* b) {
-    return a.size() == std::char_traits<char>::length(b) && ::strncasecmp(a.data(), b, a.size()) == 0;
-}
-
 // Content sniffing and the types it made up, each call under one lock: the sniffer keeps state
 // between calls.
 class Sniffer {
@@ -118,10 +115,18 @@ Sniffer& sniffer() {
 } // namespace
 
 const char* typeForExtension(std::string_view extension) {
-    for (const auto& row : fileTypes)
-        if (equalsIgnoringCase(extension, row.extension))
-            return row.type;
-    return nullptr;
+    // Asked once for every file the index walks: one hash lookup, not a pass over the table.
+    static const auto* byExtension = [] {
+        auto* table = new std::unordered_map<std::string_view, const char*>;
+        for (const auto& row : fileTypes)
+            table->emplace(row.extension, row.type);
+        return table;
+    }();
+    std::string lowered(extension);
+    for (auto& c : lowered)
+        c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+    auto found = byExtension->find(lowered);
+    return found == byExtension->end() ? nullptr : found->second;
 }
 
 const char* typeForContentType(std::string_view contentType) {
