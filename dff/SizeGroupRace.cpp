@@ -1,7 +1,6 @@
 #include "dff/SizeGroupRace.h"
 
 #include <algorithm>
-#include <iterator>
 #include <optional>
 #include <stdexcept>
 #include <thread>
@@ -206,7 +205,7 @@ void SizeGroupRace::raceSubgroups(std::vector<RaceGroup>& subgroups, Outcomes& o
         guard.lock();
         finishShared(guard, handedOff[k]->pending);
         guard.unlock();
-        outcomes.append(std::move(handedOff[k]->outcomes));
+        outcomes.append(handedOff[k]->outcomes);
     }
 }
 

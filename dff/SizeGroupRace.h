@@ -21,7 +21,6 @@
 #include <atomic>
 #include <condition_variable>
 #include <functional>
-#include <iterator>
 #include <memory>
 #include <mutex>
 #include <vector>
@@ -104,9 +103,8 @@ private:
             list.push_back({file, kind, stagesRead});
             stagesRead = 0;
         }
-        void append(std::vector<RaceOutcome>&& more) {
-            list.insert(list.end(), std::make_move_iterator(more.begin()),
-                        std::make_move_iterator(more.end()));
+        void append(const std::vector<RaceOutcome>& more) {
+            list.insert(list.end(), more.begin(), more.end());
         }
     };
 
