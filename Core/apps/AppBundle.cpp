@@ -2,14 +2,12 @@
 
 #include "Core/platform/Bundle.h"
 #include "Core/platform/FileInfo.h"
+#include "Core/platform/FolderReader.h"
 #include "Core/platform/SystemPaths.h"
 #include "Core/platform/Text.h"
 
 #include <deque>
-#include <dirent.h>
 #include <random>
-#include <sys/stat.h>
-#include <sys/xattr.h>
 
 namespace core {
 namespace {
@@ -124,9 +122,8 @@ void IOSAppUUIDMapper::clear() {
 std::shared_ptr<WrappedBundle> WrappedBundle::make(const URL& url,
                                                    const std::shared_ptr<IOSAppUUIDMapper>& uuidMapper) {
     std::string applications = SystemPaths::shared().resolve("/Applications") + "/";
-    struct stat info {};
-    if (url.path().rfind(applications, 0) != 0 || ::stat(url.path().c_str(), &info) != 0 ||
-        !S_ISDIR(info.st_mode))
+    auto info = fileStatus(url.path(), LinkHandling::follow);
+    if (url.path().rfind(applications, 0) != 0 || !info || !info->isFolder())
         return nullptr;
     auto wrapped = Bundle::open(url.path() + "/WrappedBundle");
     auto identifier = wrapped ? wrapped->bundleIdentifier() : std::nullopt;
@@ -157,7 +154,7 @@ std::shared_ptr<AppBundle> AppBundleLoader::load(const URL& url) const {
 }
 
 bool rootless(const URL& url) {
-    return ::lgetxattr(url.path().c_str(), "user.com.apple.rootless", nullptr, 0) != -1;
+    return hasExtendedAttribute(url.path(), "user.com.apple.rootless");
 }
 
 } // namespace core

@@ -2,16 +2,14 @@
 
 #include "Core/foundation/FileManager.h"
 #include "Core/platform/FileInfo.h"
+#include "Core/platform/FolderReader.h"
 #include "Core/platform/PropertyList.h"
 #include "Core/platform/SystemPaths.h"
 #include "Core/platform/Text.h"
 #include "Core/rules/PublicSuffixList.h"
 
 #include <algorithm>
-#include <climits>
-#include <dirent.h>
 #include <sstream>
-#include <sys/stat.h>
 
 namespace core {
 namespace {
@@ -52,7 +50,7 @@ std::vector<std::string> requirementIdentifiers(const std::string& requirement) 
 std::unordered_map<CaseInsensitiveString, URL> helperTools() {
     std::unordered_map<CaseInsensitiveString, URL> tools;
     std::string folder = SystemPaths::shared().resolve("/Library/PrivilegedHelperTools");
-    for (const auto& [name, isFolder] : listFolder(folder)) {
+    for (const auto& [name, isFolder, entryKind] : listFolder(folder)) {
         if (isFolder || endsWith(name, ".plist"))
             continue;
         auto info = readPlistContent(folder + "/" + name + ".plist");
@@ -71,12 +69,12 @@ std::unordered_map<CaseInsensitiveString, URL> helperTools() {
 std::unordered_map<URL, URL> aliases() {
     std::unordered_map<URL, URL> targets;
     std::string folder = SystemPaths::shared().resolve("/Applications");
-    for (const auto& [name, isFolder] : listFolder(folder)) {
-        std::string path = folder + "/" + name;
-        struct stat link {};
-        char resolved[PATH_MAX];
-        if (::lstat(path.c_str(), &link) == 0 && S_ISLNK(link.st_mode) && ::realpath(path.c_str(), resolved))
-            targets.emplace(URL::fileURL(resolved), URL::fileURL(path));
+    for (const auto& entry : listFolder(folder)) {
+        std::string path = folder + "/" + entry.name;
+        if (entry.kind != FileKind::symbolicLink)
+            continue;
+        if (auto resolved = canonicalPath(path))
+            targets.emplace(URL::fileURL(*resolved), URL::fileURL(path));
     }
     return targets;
 }
@@ -337,12 +335,12 @@ AppFileInfos AppFileFinder::harvest(std::unordered_set<CaseInsensitiveString>& i
         AppFileKind kind = std::string(folder).find("Containers") != std::string::npos
                                ? AppFileKind::Tag::container
                                : AppFileKind::Tag::support;
-        for (const auto& [name, isFolder] : listFolder(path))
-            if (auto id = harvestedContainerID(name, isFolder))
-                add(*id, path + "/" + name, kind);
+        for (const auto& entry : listFolder(path))
+            if (auto id = harvestedContainerID(entry.name, entry.isDirectory))
+                add(*id, path + "/" + entry.name, kind);
     }
     std::string preferences = paths.inHome("Library/Preferences");
-    for (const auto& [name, isFolder] : listFolder(preferences)) {
+    for (const auto& [name, isFolder, entryKind] : listFolder(preferences)) {
         std::string id = name;
         if (!(isFolder && lowered(preferences + "/" + name).find("jetbrains") != std::string::npos)) {
             if (!endsWith(name, ".plist"))

@@ -1,14 +1,12 @@
 #include "Core/apps/ApplicationList.h"
 
 #include "Core/foundation/CaseInsensitiveString.h"
+#include "Core/platform/FolderReader.h"
 #include "Core/platform/MetadataQuery.h"
 #include "Core/platform/SystemPaths.h"
 
 #include <algorithm>
-#include <climits>
-#include <dirent.h>
 #include <set>
-#include <sys/stat.h>
 
 namespace core {
 namespace {
@@ -45,27 +43,17 @@ void addFromIndex(std::set<std::string>& found) {
 
 // Symbolic links stand for aliases: one that leads to an application bundle counts as that bundle.
 void walkFolder(const std::string& folder, int depth, std::set<std::string>& found) {
-    DIR* dir = ::opendir(folder.c_str());
-    if (!dir)
-        return;
-    std::vector<std::string> entries;
-    while (dirent* entry = ::readdir(dir))
-        if (entry->d_name[0] != '.')
-            entries.push_back(entry->d_name);
-    ::closedir(dir);
-    for (const auto& name : entries) {
-        std::string path = folder + "/" + name;
-        struct stat info {};
-        if (::stat(path.c_str(), &info) != 0 || !S_ISDIR(info.st_mode))
+    for (const auto& entry : listFolder(folder)) {
+        if (entry.name[0] == '.' || !entry.isDirectory)
             continue;
-        struct stat link {};
-        bool alias = ::lstat(path.c_str(), &link) == 0 && S_ISLNK(link.st_mode);
+        std::string path = folder + "/" + entry.name;
+        bool alias = entry.kind == FileKind::symbolicLink;
         std::string target = path;
         if (alias) {
-            char resolved[PATH_MAX];
-            if (!::realpath(path.c_str(), resolved))
+            auto resolved = canonicalPath(path);
+            if (!resolved)
                 continue;
-            target = resolved;
+            target = *resolved;
         }
         if (hasAppExtension(target))
             found.insert(target);

@@ -1,8 +1,8 @@
 #include "Core/duplicates/DFFDuplicateFileFinder.h"
 
+#include "Core/platform/CurrentProcess.h"
 #include "dff/DuplicateFileFinder.h"
 
-#include <malloc.h>
 #include <memory>
 
 namespace core {
@@ -75,7 +75,7 @@ DFFResult DFFDuplicateFileFinder::find(bool isOnlyDuplicates) {
     engine->releaseFiles();
     // A search of a large tree has just freed its whole model at once, mostly in the arena of the
     // thread it ran on; hand those pages back rather than keep them for a next search.
-    ::malloc_trim(0);
+    trimMemory();
     return result;
 }
 

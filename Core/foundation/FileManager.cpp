@@ -2,24 +2,21 @@
 
 #include "Core/foundation/FileFinderContext.h"
 #include "Core/platform/FileInfo.h"
+#include "Core/platform/FolderReader.h"
 #include "Core/platform/TrashDirectories.h"
 
 #include <algorithm>
 #include <cerrno>
-#include <dirent.h>
-#include <fcntl.h>
-#include <memory>
-#include <unistd.h>
 
 namespace core {
 namespace {
 
-URLResourceValues valuesFromStat(const struct stat& info, URLResourceKeys keys) {
+URLResourceValues valuesFromStatus(const FileStatus& info, URLResourceKeys keys) {
     URLResourceValues values;
-    bool folder = isFolder(info.st_mode);
-    std::int64_t allocated = static_cast<std::int64_t>(info.st_blocks) * 512;
+    bool folder = info.isFolder();
+    std::int64_t allocated = info.allocatedSize;
     if ((keys & URLFileSizeKey) && !folder)
-        values.fileSize = info.st_size;
+        values.fileSize = info.size;
     if (keys & URLIsDirectoryKey)
         values.isDirectory = folder;
     if ((keys & URLFileAllocatedSizeKey) && !folder)
@@ -50,26 +47,23 @@ std::optional<std::int64_t> cloudDriveSize(const URL& url, const URLResourceValu
         return std::nullopt;
     if (values.isDirectory.value_or(false))
         return folderSize(url);
-    struct stat info {};
-    if (getFileInfo(url.path().c_str(), &info) != 0)
+    auto info = fileStatus(url.path());
+    if (!info)
         return std::nullopt;
-    return static_cast<std::int64_t>(info.st_blocks) * 512;
+    return info->allocatedSize;
 }
-
-struct DirCloser {
-    void operator()(DIR* dir) const { ::closedir(dir); }
-};
 
 } // namespace
 
 std::optional<URLResourceValues> resourceValues(const URL& url, URLResourceKeys keys,
                                                 std::error_code& error) {
-    struct stat info {};
-    if (getFileInfo(url.path().c_str(), &info) != 0) {
-        error = std::error_code(errno, std::generic_category());
+    int errorNumber = 0;
+    auto info = fileStatus(url.path(), LinkHandling::keep, &errorNumber);
+    if (!info) {
+        error = std::error_code(errorNumber, std::generic_category());
         return std::nullopt;
     }
-    auto values = valuesFromStat(info, keys);
+    auto values = valuesFromStatus(*info, keys);
     values.name = url.lastPathComponent();
     return values;
 }
@@ -102,34 +96,34 @@ std::vector<URLResource> urlResources(const URL& url, URLResourceKeys keys, std:
     if (context)
         context->urlObservable().update([&] { return url; });
 
-    std::unique_ptr<DIR, DirCloser> dir(::opendir(url.path().c_str()));
-    if (!dir) {
-        error = std::error_code(errno, std::generic_category());
+    FolderReader folder(url.path());
+    if (folder.error()) {
+        error = std::error_code(folder.error(), std::generic_category());
         return {};
     }
     std::vector<URLResource> resources;
-    bool needsStat = (keys & ~URLResourceKeys{URLNameKey}) != 0;
-    while (dirent* entry = ::readdir(dir.get())) {
+    bool needsStatus = (keys & ~URLResourceKeys{URLNameKey}) != 0;
+    while (auto entry = folder.next()) {
         if (context && context->interrupted())
             break;
-        std::string name = entry->d_name;
-        if (name == "." || name == ".." || name == ".DS_Store")
+        if (entry->name == ".DS_Store")
             continue;
         URLResourceValues values;
-        if (needsStat) {
-            struct stat info {};
-            if (::fstatat(::dirfd(dir.get()), entry->d_name, &info, AT_SYMLINK_NOFOLLOW) != 0) {
+        if (needsStatus) {
+            int errorNumber = 0;
+            auto info = folder.status(entry->name, &errorNumber);
+            if (!info) {
                 // An entry removed since it was listed is simply gone; anything else fails the
                 // listing, as the caller cannot tell what it missed.
-                if (errno == ENOENT)
+                if (errorNumber == ENOENT)
                     continue;
-                error = std::error_code(errno, std::generic_category());
+                error = std::error_code(errorNumber, std::generic_category());
                 return resources;
             }
-            values = valuesFromStat(info, keys);
+            values = valuesFromStatus(*info, keys);
         }
-        values.name = name;
-        resources.push_back({url.appendingPathComponent(name), std::move(values)});
+        values.name = entry->name;
+        resources.push_back({url.appendingPathComponent(entry->name), std::move(values)});
     }
     return resources;
 }

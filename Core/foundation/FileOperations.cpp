@@ -1,6 +1,6 @@
 #include "Core/foundation/FileOperations.h"
 
-#include "Core/platform/FileInfo.h"
+#include "Core/platform/FileStatus.h"
 
 #include <mutex>
 #include <unordered_map>
@@ -31,30 +31,27 @@ DateCache& dateCache() {
 }
 
 std::optional<std::time_t> readDate(const std::string& path, DateType type, bool& readable) {
-    struct stat info {};
-    readable = getFileInfo(path.c_str(), &info) == 0;
+    auto info = fileStatus(path);
+    readable = info.has_value();
     if (!readable)
         return std::nullopt;
     switch (type) {
     case DateType::lastOpen:
-        return info.st_atim.tv_sec;
+        return info->accessTime;
     case DateType::creation:
         return getCreationTime(path.c_str());
     case DateType::lastModification:
-        return info.st_mtim.tv_sec;
+        return info->modificationTime;
     case DateType::lastChange:
-        return info.st_ctim.tv_sec;
+        return info->changeTime;
     }
     return std::nullopt;
 }
 
 } // namespace
 
-std::optional<struct stat> FileOperations::getStatWith(const std::string& path) {
-    struct stat info {};
-    if (getFileInfo(path.c_str(), &info) != 0)
-        return std::nullopt;
-    return info;
+std::optional<FileStatus> FileOperations::getStatWith(const std::string& path) {
+    return fileStatus(path);
 }
 
 std::optional<std::time_t> FileOperations::cachedDate(const std::string& path, DateType type) {
@@ -93,7 +90,7 @@ std::optional<std::time_t> FileOperations::getLastChangeDateOfFile(const std::st
 
 bool FileOperations::isSpecialFileType(const std::string& path) {
     auto info = getStatWith(path);
-    return !info || isSpecialFile(info->st_mode);
+    return !info || info->isSpecial();
 }
 
 } // namespace core

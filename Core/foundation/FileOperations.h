@@ -5,10 +5,11 @@
 // Threading: every operation may run on any queue; the cache is guarded.
 #pragma once
 
+#include "Core/platform/FileStatus.h"
+
 #include <ctime>
 #include <optional>
 #include <string>
-#include <sys/stat.h>
 
 namespace core {
 
@@ -18,7 +19,7 @@ class FileOperations {
 public:
     FileOperations() = delete;
 
-    static std::optional<struct stat> getStatWith(const std::string& path);
+    static std::optional<FileStatus> getStatWith(const std::string& path);
     // Whole seconds since 1970; absent when the file cannot be read.
     static std::optional<std::time_t> getLastOpenDateOfFile(const std::string& path);
     static std::optional<std::time_t> getCreationDateOfFile(const std::string& path);

@@ -1,15 +1,13 @@
 #include "Core/foundation/JunkExclusions.h"
 
 #include "Core/foundation/FileManager.h"
-
-#include <sys/stat.h>
+#include "Core/platform/FileStatus.h"
 
 namespace core {
 namespace {
 
 bool exists(const URL& url) {
-    struct stat info {};
-    return ::lstat(url.path().c_str(), &info) == 0;
+    return fileStatus(url.path()).has_value();
 }
 
 // Lists each folder from `top` down to the parent of `excluded`, keeping every entry except the

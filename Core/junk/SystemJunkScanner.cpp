@@ -3,11 +3,11 @@
 #include "Core/foundation/FileFinderContext.h"
 #include "Core/foundation/FileManager.h"
 #include "Core/junk/JunkDiagnostics.h"
+#include "Core/platform/FileStatus.h"
 #include "Core/platform/SystemPaths.h"
 
 #include <array>
 #include <memory>
-#include <sys/stat.h>
 #include <unicode/regex.h>
 
 namespace core {
@@ -35,8 +35,7 @@ template <std::size_t N> bool contains(const std::array<std::string, N>& names, 
 }
 
 bool exists(const std::string& path) {
-    struct stat info {};
-    return ::lstat(path.c_str(), &info) == 0;
+    return fileStatus(path).has_value();
 }
 
 // A stem, then nothing or a non-letter and anything, then ".log" and an optional rotation number

@@ -2,14 +2,14 @@
 
 #include "Core/foundation/FileFinderContext.h"
 #include "Core/foundation/FileManager.h"
+#include "Core/platform/CurrentProcess.h"
+#include "Core/platform/FileStatus.h"
 #include "Core/platform/MountedVolumes.h"
 #include "Core/platform/SystemPaths.h"
 #include "Core/platform/TrashDirectories.h"
 
 #include <algorithm>
 #include <set>
-#include <sys/stat.h>
-#include <unistd.h>
 
 namespace core {
 namespace {
@@ -29,21 +29,21 @@ std::string joinedPaths(const std::vector<std::string>& paths) {
 // folder, and the per-user trash folder of every volume in the macOS layout.
 std::vector<std::string> ownTrashList() {
     std::vector<std::string> own = {SystemPaths::shared().inHome(".Trash")};
-    std::string uid = std::to_string(::getuid());
+    std::string uid = std::to_string(currentUserID());
     for (const auto& volume : mountedVolumePaths())
         own.push_back((volume == "/" ? "" : volume) + "/.Trashes/" + uid);
     return own;
 }
 
 void inspect(const std::string& path, bool fromSystem) {
-    struct stat info {};
-    bool exists = ::stat(path.c_str(), &info) == 0;
+    auto info = fileStatus(path, LinkHandling::follow);
+    bool exists = info.has_value();
     TrashScanner::trashLog("inspect", {{"source", fromSystem ? "system_api" : "diagnostic"},
                                        {"path", path},
                                        {"exists", text(exists)},
-                                       {"isDirectory", text(exists && S_ISDIR(info.st_mode))},
-                                       {"readable", text(::access(path.c_str(), R_OK) == 0)},
-                                       {"writable", text(::access(path.c_str(), W_OK) == 0)}});
+                                       {"isDirectory", text(exists && info->isFolder())},
+                                       {"readable", text(canAccess(path, Access::read))},
+                                       {"writable", text(canAccess(path, Access::write))}});
 }
 
 // Lists one trash folder and reports its items. False when the scan was interrupted.

@@ -10,34 +10,10 @@
 namespace core {
 namespace {
 
-constexpr nlink_t hugeFolderLinkCount = 65535;
+constexpr std::uint64_t hugeFolderLinkCount = 65535;
 constexpr std::int64_t hugeFolderSize = 2097120;
 
 } // namespace
-
-int getFileInfo(const char* path, struct stat* buffer) {
-    return ::lstat(path, buffer);
-}
-
-bool isFolder(mode_t mode) {
-    return S_ISDIR(mode);
-}
-
-bool isSymbolicLink(mode_t mode) {
-    return S_ISLNK(mode);
-}
-
-bool isSpecialFile(mode_t mode) {
-    return S_ISCHR(mode) || S_ISBLK(mode) || S_ISFIFO(mode) || S_ISSOCK(mode);
-}
-
-std::optional<std::time_t> getCreationTime(const char* path) {
-    struct statx info {};
-    if (::statx(AT_FDCWD, path, AT_SYMLINK_NOFOLLOW, STATX_BTIME, &info) != 0 ||
-        !(info.stx_mask & STATX_BTIME))
-        return std::nullopt;
-    return static_cast<std::time_t>(info.stx_btime.tv_sec);
-}
 
 namespace {
 
@@ -67,10 +43,12 @@ private:
             note(errno);
             return;
         }
-        struct stat info {};
-        if (askVisitor && (::fstat(fd, &info) != 0 || !visitor_.folder(info))) {
-            ::close(fd);
-            return;
+        if (askVisitor) {
+            auto info = fileStatusOfDescriptor(fd);
+            if (!info || !visitor_.folder(*info)) {
+                ::close(fd);
+                return;
+            }
         }
         walkFolder(fd);
     }
@@ -98,12 +76,13 @@ private:
             return enterFolder(folder, name, true);
         if (type != DT_REG && type != DT_UNKNOWN)
             return visitor_.other();
-        struct stat info {};
-        if (::fstatat(folder, name, &info, AT_SYMLINK_NOFOLLOW) != 0)
-            return note(errno);
-        if (S_ISREG(info.st_mode))
-            visitor_.file(info);
-        else if (S_ISDIR(info.st_mode))
+        int error = 0;
+        auto info = fileStatusAt(folder, name, &error);
+        if (!info)
+            return note(error);
+        if (info->isRegular())
+            visitor_.file(*info);
+        else if (info->isFolder())
             enterFolder(folder, name, true);
         else
             visitor_.other();
@@ -114,15 +93,11 @@ private:
     int* error_;
 };
 
-std::int64_t allocatedBytes(const struct stat& info) {
-    return static_cast<std::int64_t>(info.st_blocks) * 512;
-}
-
 struct AllocatedSize {
     std::int64_t total = 0;
-    void file(const struct stat& info) { total += allocatedBytes(info); }
-    bool folder(const struct stat& info) {
-        if (info.st_nlink != hugeFolderLinkCount)
+    void file(const FileStatus& info) { total += info.allocatedSize; }
+    bool folder(const FileStatus& info) {
+        if (info.linkCount != hugeFolderLinkCount)
             return true;
         total += hugeFolderSize;
         return false;
@@ -132,12 +107,12 @@ struct AllocatedSize {
 
 struct TreeTallyVisitor {
     TreeTally tally;
-    void file(const struct stat& info) {
-        tally.bytes += info.st_size;
-        tally.allocated += allocatedBytes(info);
+    void file(const FileStatus& info) {
+        tally.bytes += info.size;
+        tally.allocated += info.allocatedSize;
         ++tally.entries;
     }
-    bool folder(const struct stat&) {
+    bool folder(const FileStatus&) {
         ++tally.entries;
         return true;
     }
@@ -147,35 +122,15 @@ struct TreeTallyVisitor {
 } // namespace
 
 std::int64_t GetDirectorySize(const char* path, const std::atomic<bool>* stop, int* error) {
-    struct stat info {};
-    if (::lstat(path, &info) != 0) {
-        if (error)
-            *error = errno;
+    auto info = fileStatus(path, LinkHandling::keep, error);
+    if (!info)
         return 0;
-    }
-    if (S_ISREG(info.st_mode))
-        return allocatedBytes(info);
+    if (info->isRegular())
+        return info->allocatedSize;
     AllocatedSize size;
-    if (S_ISDIR(info.st_mode) && size.folder(info))
+    if (info->isFolder() && size.folder(*info))
         PhysicalWalk(size, stop, error).walkBelow(path);
     return size.total;
-}
-
-std::vector<FolderEntry> listFolder(const std::string& path) {
-    std::vector<FolderEntry> entries;
-    DIR* dir = ::opendir(path.c_str());
-    if (!dir)
-        return entries;
-    while (dirent* entry = ::readdir(dir)) {
-        std::string name = entry->d_name;
-        if (name == "." || name == "..")
-            continue;
-        struct stat info {};
-        bool folder = ::stat((path + "/" + name).c_str(), &info) == 0 && S_ISDIR(info.st_mode);
-        entries.push_back({std::move(name), folder});
-    }
-    ::closedir(dir);
-    return entries;
 }
 
 std::optional<std::string> readFileContents(const std::string& path) {
@@ -187,7 +142,7 @@ std::optional<std::string> readFileContents(const std::string& path) {
     return bytes.str();
 }
 
-TreeTally TallyTree(const char* path, const std::atomic<bool>* stop) {
+TreeTally tallyTree(const char* path, const std::atomic<bool>* stop) {
     TreeTallyVisitor visitor;
     PhysicalWalk(visitor, stop, nullptr).walkBelow(path);
     return visitor.tally;

@@ -158,7 +158,7 @@ struct MetadataQuery::Gathering {
                 keepIfMatching({child, MetadataItem::Kind::file, info.st_size, info.st_blocks * 512}, found);
             } else if (S_ISDIR(info.st_mode) && info.st_dev == device) {
                 if (isPackageFolder(fd, name)) {
-                    auto tally = TallyTree(child.c_str(), &stopped);
+                    auto tally = tallyTree(child.c_str(), &stopped);
                     keepIfMatching(
                         {child, MetadataItem::Kind::package, tally.bytes, tally.allocated, tally.entries},
                         found);

@@ -154,7 +154,7 @@ TEST(FileOperations, SpecialFilesAndMissingPathsAreSpecial) {
     EXPECT_TRUE(FileOperations::isSpecialFileType(tree.at("fifo")));
     EXPECT_TRUE(FileOperations::isSpecialFileType(tree.at("missing")));
     EXPECT_FALSE(FileOperations::getStatWith(tree.at("missing")).has_value());
-    EXPECT_EQ(FileOperations::getStatWith(plain)->st_size, 1);
+    EXPECT_EQ(FileOperations::getStatWith(plain)->size, 1);
 }
 
 TEST(IsTrashBinPath, TheTrashItselfButNothingInside) {

@@ -62,9 +62,10 @@ TEST(GetFileInfo, DescribesTheLinkNotItsTarget) {
     TempTree tree;
     auto target = tree.file("target", 10);
     ::symlink(target.c_str(), tree.at("link").c_str());
-    struct stat info {};
+    FileStatus info;
     ASSERT_EQ(getFileInfo(tree.at("link").c_str(), &info), 0);
-    EXPECT_TRUE(isSymbolicLink(info.st_mode));
+    EXPECT_TRUE(isSymbolicLink(info.mode));
+    EXPECT_EQ(info.kind, FileKind::symbolicLink);
     EXPECT_NE(getFileInfo(tree.at("missing").c_str(), &info), 0);
 }
 

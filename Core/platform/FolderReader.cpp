@@ -1,0 +1,100 @@
+#include "Core/platform/FolderReader.h"
+
+#include <cerrno>
+#include <dirent.h>
+#include <sys/stat.h>
+
+namespace core {
+
+struct FolderReader::Stream {
+    DIR* dir = nullptr;
+    ~Stream() {
+        if (dir)
+            ::closedir(dir);
+    }
+};
+
+namespace {
+
+std::optional<FileKind> kindOfListedType(unsigned char type) {
+    switch (type) {
+    case DT_REG:
+        return FileKind::regular;
+    case DT_DIR:
+        return FileKind::folder;
+    case DT_LNK:
+        return FileKind::symbolicLink;
+    case DT_CHR:
+        return FileKind::characterDevice;
+    case DT_BLK:
+        return FileKind::blockDevice;
+    case DT_FIFO:
+        return FileKind::fifo;
+    case DT_SOCK:
+        return FileKind::socket;
+    default:
+        return std::nullopt;
+    }
+}
+
+bool isDotOrDotDot(const char* name) {
+    return name[0] == '.' && (name[1] == 0 || (name[1] == '.' && name[2] == 0));
+}
+
+bool linkLeadsToFolder(int folder, const char* name) {
+    struct stat target {};
+    return ::fstatat(folder, name, &target, 0) == 0 && S_ISDIR(target.st_mode);
+}
+
+} // namespace
+
+FolderReader::FolderReader(const std::string& path, Kinds kinds)
+    : stream_(std::make_unique<Stream>()), kinds_(kinds) {
+    stream_->dir = ::opendir(path.c_str());
+    if (!stream_->dir)
+        error_ = errno;
+}
+
+FolderReader::~FolderReader() = default;
+
+std::optional<FolderEntry> FolderReader::next() {
+    if (!stream_->dir)
+        return std::nullopt;
+    int folder = ::dirfd(stream_->dir);
+    while (dirent* entry = ::readdir(stream_->dir)) {
+        if (isDotOrDotDot(entry->d_name))
+            continue;
+        auto kind = kinds_ == Kinds::fromListing ? kindOfListedType(entry->d_type) : std::nullopt;
+        if (!kind) {
+            auto info = fileStatusAt(folder, entry->d_name);
+            if (!info)
+                continue;
+            kind = info->kind;
+        }
+        bool directory = *kind == FileKind::folder ||
+                         (*kind == FileKind::symbolicLink && linkLeadsToFolder(folder, entry->d_name));
+        return FolderEntry{entry->d_name, directory, *kind};
+    }
+    return std::nullopt;
+}
+
+std::optional<FileStatus> FolderReader::status(const std::string& name, int* error) const {
+    if (!stream_->dir) {
+        if (error)
+            *error = EBADF;
+        return std::nullopt;
+    }
+    return fileStatusAt(::dirfd(stream_->dir), name.c_str(), error);
+}
+
+std::vector<FolderEntry> listFolder(const std::string& path, int* error) {
+    FolderReader reader(path);
+    if (error && reader.error())
+        *error = reader.error();
+    std::vector<FolderEntry> entries;
+    while (auto entry = reader.next())
+        entries.push_back(std::move(*entry));
+    return entries;
+}
+
+} // namespace core
