@@ -10,7 +10,6 @@
 #include <unistd.h>
 
 namespace core {
-namespace {
 
 FileKind fileKindOfMode(FileMode mode) {
     switch (mode & S_IFMT) {
@@ -32,6 +31,8 @@ FileKind fileKindOfMode(FileMode mode) {
         return FileKind::unknown;
     }
 }
+
+namespace {
 
 FileStatus fileStatusOf(const struct stat& info) {
     FileStatus status;

@@ -63,6 +63,9 @@ std::optional<FileStatus> fileStatusOfDescriptor(int descriptor, int* error = nu
 // lstat: 0 on success, -1 with errno set otherwise.
 int getFileInfo(const char* path, FileStatus* buffer);
 
+// The kind that the type bits of a mode name.
+FileKind fileKindOfMode(FileMode mode);
+
 bool isFolder(FileMode mode);
 bool isSymbolicLink(FileMode mode);
 // Character device, block device, FIFO or socket.

@@ -16,25 +16,11 @@ struct FolderReader::Stream {
 
 namespace {
 
+// The listing's own type, when the file system gives one.
 std::optional<FileKind> kindOfListedType(unsigned char type) {
-    switch (type) {
-    case DT_REG:
-        return FileKind::regular;
-    case DT_DIR:
-        return FileKind::folder;
-    case DT_LNK:
-        return FileKind::symbolicLink;
-    case DT_CHR:
-        return FileKind::characterDevice;
-    case DT_BLK:
-        return FileKind::blockDevice;
-    case DT_FIFO:
-        return FileKind::fifo;
-    case DT_SOCK:
-        return FileKind::socket;
-    default:
+    if (type == DT_UNKNOWN)
         return std::nullopt;
-    }
+    return fileKindOfMode(DTTOIF(type));
 }
 
 bool isDotOrDotDot(const char* name) {
