@@ -2,7 +2,9 @@
 
 #include <cerrno>
 #include <dirent.h>
+#include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 namespace core {
 
@@ -39,6 +41,17 @@ FolderReader::FolderReader(const std::string& path, Kinds kinds)
     stream_->dir = ::opendir(path.c_str());
     if (!stream_->dir)
         error_ = errno;
+}
+
+FolderReader::FolderReader(int folderDescriptor, Kinds kinds)
+    : stream_(std::make_unique<Stream>()), kinds_(kinds) {
+    int own = ::openat(folderDescriptor, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    stream_->dir = own < 0 ? nullptr : ::fdopendir(own);
+    if (!stream_->dir) {
+        error_ = errno;
+        if (own >= 0)
+            ::close(own);
+    }
 }
 
 FolderReader::~FolderReader() = default;

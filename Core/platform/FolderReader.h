@@ -30,6 +30,8 @@ public:
     enum class Kinds { fromListing, fromStatus };
 
     explicit FolderReader(const std::string& path, Kinds kinds = Kinds::fromListing);
+    // Reads an open folder from its start; the descriptor stays the caller's.
+    explicit FolderReader(int folderDescriptor, Kinds kinds = Kinds::fromListing);
     ~FolderReader();
     FolderReader(const FolderReader&) = delete;
     FolderReader& operator=(const FolderReader&) = delete;
