@@ -1,27 +1,15 @@
 #include "Core/platform/DeletionWalk.h"
 #include "Core/platform/FolderReader.h"
+#include "Core/platform/Text.h"
 
 #include <cerrno>
 #include <fcntl.h>
 #include <unistd.h>
 
 namespace core {
-namespace {
-
-// The folder part and the last name of a path, trailing slashes ignored.
-std::pair<std::string, std::string> splitLast(std::string path) {
-    while (path.size() > 1 && path.back() == '/')
-        path.pop_back();
-    auto slash = path.rfind('/');
-    if (slash == std::string::npos)
-        return {".", path};
-    return {slash == 0 ? "/" : path.substr(0, slash), path.substr(slash + 1)};
-}
-
-} // namespace
 
 DeletionWalk::DeletionWalk(const std::string& top) {
-    auto [folder, name] = splitLast(top);
+    auto [folder, name] = splitLastComponent(top);
     if (name.empty() || name == "." || name == "..") {
         error_ = EINVAL;
         return;

@@ -53,6 +53,11 @@ public:
     // 0 on success, else the errno.
     int removeCurrent();
 
+    // The entry last returned, as the folder holding it (a descriptor) and its name there, for
+    // whatever else must be done to it without resolving its path again.
+    int currentFolderDescriptor() const { return current_ ? current_->parent : -1; }
+    const std::string& currentName() const { return current_ ? current_->name : topName_; }
+
     // Called with a folder's path between listing it and entering it; lets a test change the tree
     // at the moment a real race would.
     void setBeforeEnteringForTesting(std::function<void(const std::string&)> hook) {

@@ -51,4 +51,13 @@ std::string makeUUIDString() {
     return text;
 }
 
+PathParts splitLastComponent(std::string path) {
+    while (path.size() > 1 && path.back() == '/')
+        path.pop_back();
+    auto slash = path.rfind('/');
+    if (slash == std::string::npos)
+        return {".", path};
+    return {slash == 0 ? "/" : path.substr(0, slash), path.substr(slash + 1)};
+}
+
 } // namespace core

@@ -17,6 +17,14 @@ std::vector<std::string> splitDroppingEmpty(const std::string& text, char separa
 // The text after the last dot of a name, or empty; a leading dot starts no extension.
 std::string extensionOf(const std::string& name);
 
+// The folder holding a path and its last name, trailing slashes ignored: "/a/b/" gives "/a" and
+// "b"; a bare name is in ".".
+struct PathParts {
+    std::string folder;
+    std::string name;
+};
+PathParts splitLastComponent(std::string path);
+
 // A random (version 4) UUID in upper-case text.
 std::string makeUUIDString();
 

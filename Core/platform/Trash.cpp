@@ -3,6 +3,7 @@
 #include "Core/platform/CurrentProcess.h"
 #include "Core/platform/FileInfo.h"
 #include "Core/platform/SystemPaths.h"
+#include "Core/platform/Text.h"
 
 #include <cerrno>
 #include <cstdio>
@@ -19,24 +20,6 @@ namespace core {
 namespace {
 
 constexpr int tooManyNames = 10000;
-
-std::string folderOf(const std::string& path) {
-    auto slash = path.rfind('/');
-    if (slash == std::string::npos)
-        return ".";
-    return slash == 0 ? "/" : path.substr(0, slash);
-}
-
-std::string lastComponent(const std::string& path) {
-    auto slash = path.rfind('/');
-    return slash == std::string::npos ? path : path.substr(slash + 1);
-}
-
-std::string withoutTrailingSlashes(std::string path) {
-    while (path.size() > 1 && path.back() == '/')
-        path.pop_back();
-    return path;
-}
 
 // $XDG_DATA_HOME belongs to the real home folder; a home folder set for a scan has its own.
 std::string dataHome() {
@@ -72,10 +55,10 @@ int ensureFolders(const std::string& trash, std::initializer_list<const char*> i
 // The highest folder above `folder` (canonical) that is still on `device`: the volume's top.
 std::string topDirectory(std::string folder, std::uint64_t device) {
     while (folder != "/") {
-        auto parent = fileStatus(folderOf(folder), LinkHandling::follow);
+        auto parent = fileStatus(splitLastComponent(folder).folder, LinkHandling::follow);
         if (!parent || parent->device != device)
             break;
-        folder = folderOf(folder);
+        folder = splitLastComponent(folder).folder;
     }
     return folder;
 }
@@ -144,7 +127,7 @@ int moveWithoutReplacing(const std::string& from, const std::string& to) {
 
 int moveToFreedesktopTrash(const std::string& item, const std::string& trash, const std::string& infoPath,
                            bool isFolder) {
-    std::string name = lastComponent(item);
+    std::string name = splitLastComponent(item).name;
     for (int n = 1; n < tooManyNames; ++n) {
         std::string candidate = n == 1 ? name : alternativeTrashName(name, n, false);
         std::string infoFile = trash + "/info/" + candidate + ".trashinfo";
@@ -176,7 +159,7 @@ int moveToMacOSTrash(const std::string& item) {
     std::string trash = SystemPaths::shared().inHome(".Trash");
     if (int error = ensurePrivateFolder(trash))
         return error;
-    std::string name = lastComponent(item);
+    std::string name = splitLastComponent(item).name;
     for (int n = 1; n < tooManyNames; ++n) {
         int error =
             moveWithoutReplacing(item, trash + "/" + (n == 1 ? name : alternativeTrashName(name, n, true)));
@@ -213,15 +196,14 @@ std::string percentEncodedTrashPath(const std::string& path) {
 }
 
 int moveToTrash(const std::string& path) {
-    std::string given = withoutTrailingSlashes(path);
+    auto [folder, name] = splitLastComponent(path);
     int error = 0;
-    auto item = fileStatus(given, LinkHandling::keep, &error);
+    auto item = fileStatus(folder + "/" + name, LinkHandling::keep, &error);
     if (!item)
         return error;
-    auto parent = canonicalPath(folderOf(given));
+    auto parent = canonicalPath(folder);
     if (!parent)
         return ENOENT;
-    std::string name = lastComponent(given);
     if (name.empty() || name == "." || name == "..")
         return EINVAL;
     std::string absolute = (*parent == "/" ? "" : *parent) + "/" + name;
