@@ -120,6 +120,10 @@ DeletionWalk::Entry DeletionWalk::leaveLevel() {
     return Entry{Event::folderDone, done.path};
 }
 
+int removeName(const std::string& path) {
+    return ::unlink(path.c_str()) == 0 ? 0 : errno;
+}
+
 int DeletionWalk::removeCurrent() {
     if (!current_)
         return EINVAL;

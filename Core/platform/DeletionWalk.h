@@ -20,6 +20,9 @@
 
 namespace core {
 
+// Removes one name that is not a folder (a link itself, never its target): 0 or the errno.
+int removeName(const std::string& path);
+
 class DeletionWalk {
 public:
     enum class Event {

@@ -6,8 +6,10 @@
 #include <fcntl.h>
 #include <map>
 #include <mutex>
+#include <optional>
 #include <spawn.h>
 #include <sys/wait.h>
+#include <thread>
 #include <unistd.h>
 
 extern char** environ;
@@ -17,6 +19,30 @@ namespace {
 
 std::mutex tableMutex;
 std::map<std::string, std::string> replacements;
+
+// Starts `command` (through the table) with `args`; the child's id, or absent when it could not
+// be started.
+std::optional<pid_t> spawnChild(const std::string& command, const std::vector<std::string>& args,
+                                const posix_spawn_file_actions_t* actions) {
+    std::string program = CommandTable::shared().resolve(command);
+    std::vector<char*> argv = {program.data()};
+    std::vector<std::string> copies(args);
+    for (auto& arg : copies)
+        argv.push_back(arg.data());
+    argv.push_back(nullptr);
+    pid_t child = 0;
+    if (::posix_spawn(&child, program.c_str(), actions, nullptr, argv.data(), environ) != 0)
+        return std::nullopt;
+    return child;
+}
+
+int waitForExit(pid_t child) {
+    int status = 0;
+    while (::waitpid(child, &status, 0) < 0)
+        if (errno != EINTR)
+            return -1;
+    return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+}
 
 } // namespace
 
@@ -40,24 +66,17 @@ void CommandTable::setReplacement(const std::string& command, std::string progra
 }
 
 std::string taskSyncRunner(const std::string& command, const std::vector<std::string>& args) {
-    std::string program = CommandTable::shared().resolve(command);
     int pipeEnds[2];
     if (::pipe2(pipeEnds, O_CLOEXEC) != 0)
         return {};
     posix_spawn_file_actions_t actions;
     posix_spawn_file_actions_init(&actions);
     posix_spawn_file_actions_adddup2(&actions, pipeEnds[1], STDOUT_FILENO);
-    std::vector<char*> argv = {program.data()};
-    std::vector<std::string> copies(args);
-    for (auto& arg : copies)
-        argv.push_back(arg.data());
-    argv.push_back(nullptr);
-    pid_t child = 0;
-    int spawned = ::posix_spawn(&child, program.c_str(), &actions, nullptr, argv.data(), environ);
+    auto child = spawnChild(command, args, &actions);
     posix_spawn_file_actions_destroy(&actions);
     ::close(pipeEnds[1]);
     std::string output;
-    if (spawned == 0) {
+    if (child) {
         char buffer[8192];
         for (ssize_t got; (got = ::read(pipeEnds[0], buffer, sizeof buffer)) != 0;) {
             if (got < 0 && errno == EINTR)
@@ -66,12 +85,23 @@ std::string taskSyncRunner(const std::string& command, const std::vector<std::st
                 break;
             output.append(buffer, static_cast<std::size_t>(got));
         }
-        int status = 0;
-        while (::waitpid(child, &status, 0) < 0 && errno == EINTR) {
-        }
+        waitForExit(*child);
     }
     ::close(pipeEnds[0]);
     return isValidUtf8(output) ? output : std::string();
+}
+
+int runCommand(const std::string& command, const std::vector<std::string>& args) {
+    auto child = spawnChild(command, args, nullptr);
+    return child ? waitForExit(*child) : -1;
+}
+
+bool launchCommand(const std::string& command, const std::vector<std::string>& args) {
+    auto child = spawnChild(command, args, nullptr);
+    if (!child)
+        return false;
+    std::thread([pid = *child] { waitForExit(pid); }).detach();
+    return true;
 }
 
 } // namespace core

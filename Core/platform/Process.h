@@ -25,4 +25,12 @@ public:
 // UTF-8.
 std::string taskSyncRunner(const std::string& command, const std::vector<std::string>& args);
 
+// Runs the command and waits for it to end: its exit status (128 and the signal's number when a
+// signal ended it), or -1 when it could not be started.
+int runCommand(const std::string& command, const std::vector<std::string>& args);
+
+// Starts the command without waiting for it; it is reaped in the background when it ends. False
+// when it could not be started.
+bool launchCommand(const std::string& command, const std::vector<std::string>& args);
+
 } // namespace core

@@ -20,4 +20,42 @@ void PurgeableSpace::setProvider(Provider provider) {
     installedProvider = std::move(provider);
 }
 
+PurgeableSpaceHelper& PurgeableSpaceHelper::shared() {
+    static PurgeableSpaceHelper helper;
+    return helper;
+}
+
+PurgeableSpaceHelper::Cleaner PurgeableSpaceHelper::cleaner() const {
+    std::lock_guard lock(mutex_);
+    return cleaner_;
+}
+
+void PurgeableSpaceHelper::setCleaner(Cleaner cleaner) {
+    std::lock_guard lock(mutex_);
+    cleaner_ = std::move(cleaner);
+}
+
+void PurgeableSpaceHelper::cleanPurgeableSpace(std::function<void(bool)> completion) {
+    auto installed = cleaner();
+    if (installed.clean)
+        installed.clean(std::move(completion));
+    else
+        completion(true);
+}
+
+std::uint64_t PurgeableSpaceHelper::sizeWhenCleaningBegan() const {
+    auto installed = cleaner();
+    return installed.sizeWhenCleaningBegan ? installed.sizeWhenCleaningBegan() : 0;
+}
+
+std::uint64_t PurgeableSpaceHelper::currentPurgeableSize() const {
+    auto installed = cleaner();
+    return installed.currentPurgeableSize ? installed.currentPurgeableSize() : 0;
+}
+
+void PurgeableSpaceHelper::cancelCleaning(bool wait) {
+    if (auto installed = cleaner(); installed.cancel)
+        installed.cancel(wait);
+}
+
 } // namespace core

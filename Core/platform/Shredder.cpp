@@ -54,9 +54,11 @@ int overwrite(int descriptor, std::int64_t length) {
     return ::fsync(descriptor) == 0 ? 0 : errno;
 }
 
+} // namespace
+
 // Overwrites the regular file `name` of the open folder `folder` unless it has other names, then
 // removes the entry, whatever it is.
-int shredEntry(int folder, const std::string& name) {
+int shredAt(int folder, const std::string& name) {
     int error = 0;
     auto listed = fileStatusAt(folder, name.c_str(), &error);
     if (!listed)
@@ -78,6 +80,8 @@ int shredEntry(int folder, const std::string& name) {
     return ::unlinkat(folder, name.c_str(), 0) == 0 ? 0 : errno;
 }
 
+namespace {
+
 int shredTree(const std::string& path) {
     DeletionWalk walk(path);
     if (walk.error())
@@ -85,7 +89,7 @@ int shredTree(const std::string& path) {
     while (auto entry = walk.next()) {
         int error = 0;
         if (entry->event == DeletionWalk::Event::file)
-            error = shredEntry(walk.currentFolderDescriptor(), walk.currentName());
+            error = shredAt(walk.currentFolderDescriptor(), walk.currentName());
         else if (entry->event == DeletionWalk::Event::folderDone)
             error = walk.removeCurrent();
         else if (entry->event == DeletionWalk::Event::unreadable)
@@ -119,7 +123,7 @@ int shredPath(const std::string& path) {
     int descriptor = ::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     if (descriptor < 0)
         return errno;
-    error = shredEntry(descriptor, name);
+    error = shredAt(descriptor, name);
     ::close(descriptor);
     return error;
 }

@@ -21,6 +21,10 @@ namespace core {
 // the first failure (the walk stops there). A path that does not exist succeeds.
 int shredPath(const std::string& path);
 
+// Shreds the entry `name` of the open folder `folderDescriptor`, as shredPath does a file: for a
+// walk that must not resolve paths again.
+int shredAt(int folderDescriptor, const std::string& name);
+
 // False where the file system holding `path` does not reliably overwrite in place.
 bool overwriteIsReliable(const std::string& path);
 
