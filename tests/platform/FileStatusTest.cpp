@@ -1,3 +1,4 @@
+#include "Core/platform/ErrorNames.h"
 #include "Core/platform/FileStatus.h"
 #include "Core/platform/FolderReader.h"
 
@@ -129,6 +130,13 @@ TEST(CanonicalPath, ResolvesLinksAndDotDot) {
     ASSERT_TRUE(resolved);
     EXPECT_EQ(*resolved, *canonicalPath(every.top()) + "/file");
     EXPECT_FALSE(canonicalPath(every.top() + "/dangling"));
+}
+
+TEST(ErrnoName, NamesTheValueAsScriptsExpect) {
+    EXPECT_EQ(errnoName(ENOENT), "ENOENT");
+    EXPECT_EQ(errnoName(ENOTEMPTY), "ENOTEMPTY");
+    EXPECT_EQ(errnoName(99999), "E99999");
+    EXPECT_EQ(errnoDescription(ENOENT), "No such file or directory");
 }
 
 } // namespace
