@@ -1,6 +1,7 @@
 // tidewell app-files: every file of the chosen applications, by kind and owner.
 #include "cli/AppScanSession.h"
 #include "cli/Command.h"
+#include "cli/JsonBytes.h"
 #include "cli/JsonRecords.h"
 
 #include <iostream>
@@ -33,8 +34,9 @@ public:
         if (options.json) {
             auto list = nlohmann::json::array();
             for (const auto& [id, set] : files)
-                list.push_back(
-                    {{"id", id}, {"apps", toJsonArray(set.apps)}, {"files", toJsonArray(set.files)}});
+                list.push_back({{"id", jsonBytes(id)},
+                                {"apps", toJsonArray(set.apps)},
+                                {"files", toJsonArray(set.files)}});
             std::cout << list.dump(2) << '\n';
             return 0;
         }

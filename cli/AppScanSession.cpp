@@ -22,10 +22,8 @@ std::shared_ptr<AppScanSession> AppScanSession::make(bool quiet) {
 }
 
 void AppScanSession::waitForStep() {
-    core::DispatchQueue::runUntil([this] { return done_; }, std::chrono::hours(24));
-    core::DispatchQueue::drainMain();
+    completion_.wait();
     progress_.finish();
-    done_ = false;
 }
 
 const core::AppBundles& AppScanSession::scanApps() {
@@ -62,7 +60,7 @@ void AppScanSession::appFound(const core::CaseInsensitiveString& id, const core:
 
 void AppScanSession::appsFound(const core::AppBundles& apps) {
     apps_ = apps;
-    done_ = true;
+    completion_.mark();
 }
 
 void AppScanSession::appFilesFound(const core::CaseInsensitiveString& id, const core::AppFileSet& set) {
@@ -83,10 +81,12 @@ void printFilesByKind(const std::vector<core::AppFile>& files) {
         std::int64_t total = 0;
         for (const auto* file : group)
             total += file->size;
-        std::cout << "  " << kind << ": " << group.size() << " items, " << core::sizeString(total) << '\n';
+        std::cout << "  " << kind << ": " << counted(static_cast<std::int64_t>(group.size()), "item") << ", "
+                  << core::sizeString(total) << '\n';
         for (const auto* file : group)
-            std::printf("    %10s  %s  (%s %s)\n", file->sizeString().c_str(), file->url.path().c_str(),
-                        ownerType(file->owner), file->owner.id().origin().c_str());
+            std::printf("    %10s  %s  (%s %s)\n", file->sizeString().c_str(),
+                        printable(file->url.path()).c_str(), ownerType(file->owner),
+                        printable(file->owner.id().origin()).c_str());
     }
 }
 
@@ -96,10 +96,10 @@ void printAppFiles(const std::string& id, const core::AppFileSet& set) {
         total += app.size;
     for (const auto& file : set.files)
         total += file.size;
-    std::cout << id << "  (" << set.files.size() << " files, " << core::sizeString(total)
-              << " with the bundles)\n";
+    std::cout << printable(id) << "  (" << counted(static_cast<std::int64_t>(set.files.size()), "file")
+              << ", " << core::sizeString(total) << " with the bundles)\n";
     for (const auto& app : set.apps)
-        std::printf("  bundle  %10s  %s\n", app.sizeString().c_str(), app.url.path().c_str());
+        std::printf("  bundle  %10s  %s\n", app.sizeString().c_str(), printable(app.url.path()).c_str());
     printFilesByKind(set.files);
 }
 

@@ -3,6 +3,7 @@
 // delegate call, and keeps what came.
 #pragma once
 
+#include "cli/ScanCompletion.h"
 #include "cli/Terminal.h"
 
 #include "Core/apps/AppFileFinder.h"
@@ -30,12 +31,12 @@ public:
     void deleteSubAppFound(const core::CaseInsensitiveString& id) override { subApps.push_back(id); }
     void appsFound(const core::AppBundles& apps) override;
     void appFilesFound(const core::CaseInsensitiveString& id, const core::AppFileSet& set) override;
-    void scanAppsCompleted() override { done_ = true; }
+    void scanAppsCompleted() override { completion_.mark(); }
     void leftoverIDFound(const core::CaseInsensitiveString& id) override { leftoverIDs_.push_back(id); }
-    void leftoversListCompleted() override { done_ = true; }
+    void leftoversListCompleted() override { completion_.mark(); }
     void leftoverFilesFound(const core::CaseInsensitiveString& id,
                             const std::vector<core::AppFile>& files) override;
-    void leftoverFilesCompleted() override { done_ = true; }
+    void leftoverFilesCompleted() override { completion_.mark(); }
 
 private:
     explicit AppScanSession(bool quiet) : progress_(quiet) {}
@@ -43,7 +44,7 @@ private:
 
     ProgressLine progress_;
     std::shared_ptr<core::AppFileFinder> finder_;
-    bool done_ = false;
+    ScanCompletion completion_;
     core::AppBundles apps_;
     std::map<std::string, core::AppFileSet> files_;
     std::vector<core::CaseInsensitiveString> leftoverIDs_;

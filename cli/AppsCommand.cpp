@@ -1,6 +1,7 @@
 // tidewell apps: the installed applications, as the application scan finds them.
 #include "cli/AppScanSession.h"
 #include "cli/Command.h"
+#include "cli/JsonBytes.h"
 
 #include <iostream>
 #include <nlohmann/json.hpp>
@@ -28,20 +29,20 @@ public:
         if (options.json) {
             auto list = nlohmann::json::array();
             for (const auto& [id, paths] : sorted)
-                list.push_back({{"id", id}, {"paths", paths}});
-            std::cout << nlohmann::json{{"apps", list}, {"subApps", subApps}}.dump(2) << '\n';
+                list.push_back({{"id", jsonBytes(id)}, {"paths", jsonBytesArray(paths)}});
+            std::cout << nlohmann::json{{"apps", list}, {"subApps", jsonBytesArray(subApps)}}.dump(2) << '\n';
             return 0;
         }
         for (const auto& [id, paths] : sorted) {
-            std::cout << id << '\n';
+            std::cout << printable(id) << '\n';
             for (const auto& path : paths)
-                std::cout << "  " << path << '\n';
+                std::cout << "  " << printable(path) << '\n';
         }
-        std::cout << sorted.size() << " applications";
+        std::cout << counted(static_cast<std::int64_t>(sorted.size()), "application");
         if (!subApps.empty()) {
             std::cout << "; part of another:";
             for (const auto& id : subApps)
-                std::cout << ' ' << id;
+                std::cout << ' ' << printable(id);
         }
         std::cout << '\n';
         return 0;

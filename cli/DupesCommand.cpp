@@ -2,6 +2,7 @@
 #include "cli/ByteCount.h"
 #include "cli/Command.h"
 #include "cli/JsonRecords.h"
+#include "cli/ScanCompletion.h"
 #include "cli/Terminal.h"
 
 #include "Core/duplicates/DuplicateFileFinder.h"
@@ -39,12 +40,12 @@ public:
                                       const core::DuplicateGroups& alike) override {
         duplicates = found;
         similar = alike;
-        done = true;
+        completion.mark();
     }
 
     ProgressLine progress;
     core::DuplicateGroups duplicates, similar;
-    bool done = false;
+    ScanCompletion completion;
 };
 
 class DupesCommand final : public Command {
@@ -86,7 +87,7 @@ public:
         finder->setIncludeHiddenFolders(hidden_);
         finder->setMinFileSize(parseByteCount(minSize_));
         finder->start(onlyDuplicates_);
-        core::DispatchQueue::runUntil([&] { return report->done; }, std::chrono::hours(24));
+        report->completion.wait();
         report->progress.finish();
         if (options.json) {
             std::cout << nlohmann::json{{"duplicates", groupsJson(report->duplicates)},
@@ -109,10 +110,10 @@ private:
             reclaimable += first.size * static_cast<std::int64_t>(group.size() - 1);
             std::cout << group.size() << " x " << first.sizeString() << '\n';
             for (const auto& duplicate : group)
-                std::cout << "  " << fileOf(duplicate).url.path() << '\n';
+                std::cout << "  " << printable(fileOf(duplicate).url.path()) << '\n';
         }
-        std::cout << groups.size() << " groups; removing all but one of each frees "
-                  << core::sizeString(reclaimable) << '\n';
+        std::cout << counted(static_cast<std::int64_t>(groups.size()), "group")
+                  << "; removing all but one of each frees " << core::sizeString(reclaimable) << '\n';
     }
 
     std::vector<std::string> folders_, excludedPaths_, excludedExtensions_;

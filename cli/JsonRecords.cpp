@@ -1,5 +1,7 @@
 #include "cli/JsonRecords.h"
 
+#include "cli/JsonBytes.h"
+
 namespace tidewell {
 const char* ownerType(const core::App& owner) {
     if (owner.type == core::App::Type::app)
@@ -16,14 +18,14 @@ const char* ownerType(const core::App& owner) {
 }
 
 nlohmann::json toJson(const core::File& file) {
-    return {{"path", file.url.path()}, {"size", file.size}};
+    return {{"path", jsonBytes(file.url.path())}, {"size", file.size}};
 }
 
 nlohmann::json toJson(const core::AppFile& file) {
-    return {{"path", file.url.path()},
+    return {{"path", jsonBytes(file.url.path())},
             {"size", file.size},
             {"kind", file.kind.key()},
-            {"owner", {{"type", ownerType(file.owner)}, {"id", file.owner.id().origin()}}}};
+            {"owner", {{"type", ownerType(file.owner)}, {"id", jsonBytes(file.owner.id().origin())}}}};
 }
 
 } // namespace tidewell

@@ -1,6 +1,8 @@
 // tidewell junk: runs the junk scan as the application would and reports every category.
 #include "cli/Command.h"
+#include "cli/JsonBytes.h"
 #include "cli/JsonRecords.h"
+#include "cli/ScanCompletion.h"
 #include "cli/Terminal.h"
 
 #include "Core/foundation/SizeString.h"
@@ -78,19 +80,20 @@ public:
     void downloadFileFound(const File& file) override { downloads.push_back(file); }
     void screenshotFound(const File& file) override { screenshots.push_back(file); }
     void mailDownloadFound(const File& file) override { mailDownloads.push_back(file); }
-    void junkScanCompleted() override { completed = true; }
+    void junkScanCompleted() override { completion.mark(); }
 
     nlohmann::json json() const;
-    void printHuman() const;
+    // Mentions skipped screenshots only when they were asked for.
+    void printHuman(bool screenshotsAsked) const;
 
     ProgressLine progress;
     std::vector<File> systemCaches, systemLogs, trash, diskImages, purgeable, downloads, screenshots,
         mailDownloads;
     std::vector<core::MacAppJunkFile> appJunk, appExtraJunk;
     std::vector<core::AppJunkFile> orphanJunk;
-    // These two may come on the scan's own queue.
+    // May come on the scan's own queue.
     std::atomic<bool> screenshotsSkipped{false};
-    std::atomic<bool> completed{false};
+    ScanCompletion completion;
 
 private:
     std::vector<std::pair<std::string, const std::vector<File>*>> fileCategories() const {
@@ -103,8 +106,8 @@ private:
 nlohmann::json macAppJunkJson(const std::vector<core::MacAppJunkFile>& junk) {
     auto array = nlohmann::json::array();
     for (const auto& app : junk)
-        array.push_back({{"appPath", app.appURL.path()},
-                         {"bundleID", app.bundleID.origin()},
+        array.push_back({{"appPath", jsonBytes(app.appURL.path())},
+                         {"bundleID", jsonBytes(app.bundleID.origin())},
                          {"files", toJsonArray(app.files)}});
     return array;
 }
@@ -117,7 +120,8 @@ nlohmann::json JunkReport::json() const {
     out["appExtraJunk"] = macAppJunkJson(appExtraJunk);
     out["orphanJunk"] = nlohmann::json::array();
     for (const auto& junk : orphanJunk)
-        out["orphanJunk"].push_back({{"id", junk.id.origin()}, {"files", toJsonArray(junk.files)}});
+        out["orphanJunk"].push_back(
+            {{"id", jsonBytes(junk.id.origin())}, {"files", toJsonArray(junk.files)}});
     out["screenshotScanSkipped"] = screenshotsSkipped.load();
     return out;
 }
@@ -129,7 +133,7 @@ template <class Record> std::int64_t totalSize(const std::vector<Record>& record
     return total;
 }
 
-void JunkReport::printHuman() const {
+void JunkReport::printHuman(bool screenshotsAsked) const {
     std::vector<std::vector<std::string>> rows = {{"Category", "Items", "Size"}};
     std::int64_t count = 0, total = 0;
     auto addRow = [&](const std::string& name, std::size_t items, std::int64_t bytes) {
@@ -153,7 +157,7 @@ void JunkReport::printHuman() const {
     addAppRows("orphanJunk", orphanJunk);
     rows.push_back({"Total", std::to_string(count), core::sizeString(total)});
     printTable(rows);
-    if (screenshotsSkipped)
+    if (screenshotsAsked && screenshotsSkipped)
         std::cout << "(screenshots were not scanned)\n";
 }
 
@@ -183,14 +187,12 @@ public:
         finder->exclubeAppUrls = toURLs(excludedApps_);
         finder->exclubeAppIds = excludedAppIds_;
         finder->start(config);
-        core::DispatchQueue::runUntil([&] { return report->completed.load(); }, std::chrono::hours(24));
-        // Finds queued before the completion are still waiting on the main queue.
-        core::DispatchQueue::drainMain();
+        report->completion.wait();
         report->progress.finish();
         if (options.json)
             std::cout << report->json().dump(2) << '\n';
         else
-            report->printHuman();
+            report->printHuman(config.screenshotFiles);
         return 0;
     }
 

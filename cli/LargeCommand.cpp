@@ -2,11 +2,11 @@
 #include "cli/ByteCount.h"
 #include "cli/Command.h"
 #include "cli/JsonRecords.h"
+#include "cli/ScanCompletion.h"
 #include "cli/Terminal.h"
 
 #include "Core/junk/LargeFileFinder.h"
 
-#include <atomic>
 #include <cstdio>
 #include <iostream>
 
@@ -25,13 +25,13 @@ public:
     void largeFilesFound(const std::vector<core::File>& found) override {
         core::DispatchQueue::main()->async([this, found] {
             files = found;
-            done = true;
+            completion.mark();
         });
     }
 
     ProgressLine progress;
     std::vector<core::File> files;
-    bool done = false;
+    ScanCompletion completion;
 };
 
 class LargeCommand final : public Command {
@@ -52,7 +52,7 @@ public:
         for (const auto& path : excluded_)
             finder->exclubeFilesUrls.push_back(core::URL::fileURL(path));
         finder->start(minimum);
-        core::DispatchQueue::runUntil([&] { return report->done; }, std::chrono::hours(24));
+        report->completion.wait();
         report->progress.finish();
         if (options.json) {
             std::cout << toJsonArray(report->files).dump(2) << '\n';
@@ -60,10 +60,11 @@ public:
         }
         std::int64_t total = 0;
         for (const auto& file : report->files) {
-            std::printf("%10s  %s\n", file.sizeString().c_str(), file.url.path().c_str());
+            std::printf("%10s  %s\n", file.sizeString().c_str(), printable(file.url.path()).c_str());
             total += file.size;
         }
-        std::cout << report->files.size() << " files, " << core::sizeString(total) << '\n';
+        std::cout << counted(static_cast<std::int64_t>(report->files.size()), "file") << ", "
+                  << core::sizeString(total) << '\n';
         return 0;
     }
 

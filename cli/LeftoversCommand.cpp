@@ -1,6 +1,7 @@
 // tidewell leftovers: the traces of applications that are gone, and with --files what each left.
 #include "cli/AppScanSession.h"
 #include "cli/Command.h"
+#include "cli/JsonBytes.h"
 #include "cli/JsonRecords.h"
 
 #include <iostream>
@@ -31,18 +32,19 @@ public:
             std::vector<std::string> names;
             for (const auto& id : ids)
                 names.push_back(id.origin());
-            nlohmann::json byID = nlohmann::json::object();
+            // An identifier may be any bytes, so it cannot be an object key.
+            auto byID = nlohmann::json::array();
             for (const auto& [id, list] : files)
-                byID[id] = toJsonArray(list);
-            std::cout << nlohmann::json{{"ids", names}, {"files", byID}}.dump(2) << '\n';
+                byID.push_back({{"id", jsonBytes(id)}, {"files", toJsonArray(list)}});
+            std::cout << nlohmann::json{{"ids", jsonBytesArray(names)}, {"files", byID}}.dump(2) << '\n';
             return 0;
         }
         for (const auto& id : ids) {
-            std::cout << id.origin() << '\n';
+            std::cout << printable(id.origin()) << '\n';
             if (auto found = files.find(id.origin()); found != files.end())
                 printFilesByKind(found->second);
         }
-        std::cout << ids.size() << " leftover identifiers\n";
+        std::cout << counted(static_cast<std::int64_t>(ids.size()), "leftover identifier") << '\n';
         return 0;
     }
 

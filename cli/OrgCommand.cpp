@@ -1,5 +1,7 @@
 // tidewell org: the organisation, vendor and group of bundle identifiers.
 #include "cli/Command.h"
+#include "cli/JsonBytes.h"
+#include "cli/Terminal.h"
 
 #include "Core/platform/SystemPaths.h"
 #include "Core/rules/AppGroupManager.h"
@@ -23,8 +25,32 @@ std::string readResource(const std::string& name) {
     return text.str();
 }
 
+// What the documents say about one bundle identifier.
+struct Naming {
+    std::string id;
+    std::optional<std::string> organization;
+    std::string vendor;
+    std::optional<std::string> group;
+};
+
 nlohmann::json orNull(const std::optional<std::string>& value) {
-    return value ? nlohmann::json(*value) : nullptr;
+    return value ? jsonBytes(*value) : nullptr;
+}
+
+std::string orDash(const std::optional<std::string>& value) {
+    return value ? printable(*value) : "-";
+}
+
+nlohmann::json toJson(const Naming& naming) {
+    return {{"id", jsonBytes(naming.id)},
+            {"organization", orNull(naming.organization)},
+            {"vendor", jsonBytes(naming.vendor)},
+            {"group", orNull(naming.group)}};
+}
+
+void printHuman(const Naming& naming) {
+    std::cout << printable(naming.id) << "  organization: " << orDash(naming.organization)
+              << "  vendor: " << printable(naming.vendor) << "  group: " << orDash(naming.group) << '\n';
 }
 
 class OrgCommand final : public Command {
@@ -43,24 +69,21 @@ public:
                                                            readResource("app_group.yaml"));
         if (!groups.manager)
             throw UsageError(groups.error);
-        auto report = nlohmann::json::array();
+        std::vector<Naming> namings;
         for (const auto& id : ids_) {
             auto group = groups.manager->getGroup(id);
-            report.push_back({{"id", id},
-                              {"organization", orNull(suffixes.organization(id))},
-                              {"vendor", core::rawName(groups.manager->getVender(id))},
-                              {"group", orNull(group ? std::optional(group->groupName()) : std::nullopt)}});
+            namings.push_back({id, suffixes.organization(id), core::rawName(groups.manager->getVender(id)),
+                               group ? std::optional(group->groupName()) : std::nullopt});
         }
         if (options.json) {
+            auto report = nlohmann::json::array();
+            for (const auto& naming : namings)
+                report.push_back(toJson(naming));
             std::cout << report.dump(2) << '\n';
             return 0;
         }
-        for (const auto& entry : report)
-            std::cout << entry["id"].get<std::string>() << "  organization: "
-                      << (entry["organization"].is_null() ? "-" : entry["organization"].get<std::string>())
-                      << "  vendor: " << entry["vendor"].get<std::string>()
-                      << "  group: " << (entry["group"].is_null() ? "-" : entry["group"].get<std::string>())
-                      << '\n';
+        for (const auto& naming : namings)
+            printHuman(naming);
         return 0;
     }
 

@@ -1,6 +1,8 @@
 // tidewell rules: what the rule document holds and how it compiles, a check of a plain document
 // for resource authors, and the enciphering of documents.
 #include "cli/Command.h"
+#include "cli/JsonBytes.h"
+#include "cli/Terminal.h"
 
 #include "Core/foundation/AESHelper.h"
 #include "Core/platform/SystemPaths.h"
@@ -49,11 +51,11 @@ const char* typeName(core::RuleID::Type type) {
 nlohmann::json droppedJson(const std::vector<core::DroppedEntry>& dropped) {
     auto array = nlohmann::json::array();
     for (const auto& entry : dropped)
-        array.push_back({{"rule", entry.ruleKey},
-                         {"section", entry.section},
-                         {"kind", entry.kind},
-                         {"entry", entry.entry},
-                         {"reason", entry.reason}});
+        array.push_back({{"rule", jsonBytes(entry.ruleKey)},
+                         {"section", jsonBytes(entry.section)},
+                         {"kind", jsonBytes(entry.kind)},
+                         {"entry", jsonBytes(entry.entry)},
+                         {"reason", jsonBytes(entry.reason)}});
     return array;
 }
 
@@ -90,7 +92,7 @@ nlohmann::json summary(const core::RuleManager& rules) {
               {"cacheAndLog", indexJson(core::AppFileRule(rules, false))}}}};
 }
 
-void printHuman(const nlohmann::json& report) {
+void printHuman(const nlohmann::json& report, const std::vector<core::DroppedEntry>& dropped) {
     std::cout << "Rules:";
     for (const auto& [type, count] : report["rules"].items())
         std::cout << "  " << type << " " << count;
@@ -103,11 +105,11 @@ void printHuman(const nlohmann::json& report) {
         for (const auto& [root, count] : index["roots"].items())
             std::cout << "  " << root << "  " << count << '\n';
     }
-    std::cout << "Dropped entries: " << report["dropped"].size() << '\n';
-    for (const auto& entry : report["dropped"])
-        std::cout << "  " << entry["rule"].get<std::string>() << " / " << entry["section"].get<std::string>()
-                  << " / " << entry["kind"].get<std::string>() << ": " << entry["entry"].get<std::string>()
-                  << " (" << entry["reason"].get<std::string>() << ")\n";
+    std::cout << "Dropped entries: " << dropped.size() << '\n';
+    for (const auto& entry : dropped)
+        std::cout << "  " << printable(entry.ruleKey) << " / " << printable(entry.section) << " / "
+                  << printable(entry.kind) << ": " << printable(entry.entry) << " ("
+                  << printable(entry.reason) << ")\n";
 }
 
 class RulesCommand final : public Command {
@@ -144,7 +146,7 @@ public:
         if (options.json)
             std::cout << report.dump(2) << '\n';
         else
-            printHuman(report);
+            printHuman(report, loaded.manager->dropped);
         // A check fails when the grammar dropped anything, so that a script can stop on it.
         return !check_.empty() && !loaded.manager->dropped.empty() ? 1 : 0;
     }

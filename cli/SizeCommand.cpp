@@ -1,12 +1,12 @@
 // tidewell size: the size of files and folders as the junk scan counts them.
 #include "cli/Command.h"
 #include "cli/JsonRecords.h"
+#include "cli/ScanCompletion.h"
 #include "cli/Terminal.h"
 
 #include "Core/foundation/FileFinderContext.h"
 #include "Core/foundation/FileManager.h"
 
-#include <atomic>
 #include <filesystem>
 #include <iostream>
 
@@ -25,7 +25,7 @@ public:
     int run(const GlobalOptions& options) override {
         ProgressLine progress(options.quiet);
         std::vector<core::File> sizes;
-        std::atomic<bool> done{false};
+        ScanCompletion completion;
         // Sizing runs on a scan queue under a context, as a scanner's would, so the main queue
         // stays free to show what is being sized.
         auto context = core::FileFinderContext::make([&](core::URL url) { progress.setCurrent(url.path()); });
@@ -34,9 +34,9 @@ public:
                 auto url = core::URL::fileURL(std::filesystem::absolute(path).lexically_normal().string());
                 sizes.push_back({url, core::size(url)});
             }
-            done = true;
+            completion.mark();
         });
-        core::DispatchQueue::runUntil([&] { return done.load(); }, std::chrono::hours(24));
+        completion.wait();
         progress.finish();
         if (options.json) {
             std::cout << toJsonArray(sizes).dump(2) << '\n';
@@ -44,7 +44,7 @@ public:
         }
         std::vector<std::vector<std::string>> rows;
         for (const auto& file : sizes)
-            rows.push_back({file.url.path(), file.sizeString(), std::to_string(file.size) + " bytes"});
+            rows.push_back({printable(file.url.path()), file.sizeString(), counted(file.size, "byte")});
         printTable(rows);
         return 0;
     }

@@ -1,22 +1,18 @@
 #include "cli/Terminal.h"
 
+#include "Core/platform/Terminal.h"
+
+#include <unicode/utf8.h>
+
 #include <algorithm>
 #include <cstdio>
 #include <iostream>
-#include <sys/ioctl.h>
-#include <unistd.h>
 
 namespace tidewell {
 namespace {
 
 constexpr int barWidth = 30;
-
-int terminalColumns() {
-    winsize size{};
-    if (::ioctl(STDERR_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0)
-        return size.ws_col;
-    return 80;
-}
+constexpr int defaultColumns = 80;
 
 // Keeps the end of a long path, which names the file.
 std::string fitted(const std::string& text, int width) {
@@ -27,9 +23,33 @@ std::string fitted(const std::string& text, int width) {
     return "..." + text.substr(text.size() - static_cast<std::size_t>(width - 3));
 }
 
+bool isControl(UChar32 character) {
+    return character < 0x20 || (character >= 0x7F && character < 0xA0);
+}
+
+void appendEscaped(std::string& out, std::string_view bytes) {
+    for (unsigned char byte : bytes) {
+        switch (byte) {
+        case '\n':
+            out += "\\n";
+            break;
+        case '\t':
+            out += "\\t";
+            break;
+        case '\r':
+            out += "\\r";
+            break;
+        default:
+            char escape[5];
+            std::snprintf(escape, sizeof escape, "\\x%02X", byte);
+            out += escape;
+        }
+    }
+}
+
 } // namespace
 
-ProgressLine::ProgressLine(bool quiet) : enabled_(!quiet && ::isatty(STDERR_FILENO)) {}
+ProgressLine::ProgressLine(bool quiet) : enabled_(!quiet && core::isTerminal(core::StandardStream::error)) {}
 
 void ProgressLine::setFraction(double fraction) {
     fraction_ = std::clamp(fraction, 0.0, 1.0);
@@ -37,7 +57,7 @@ void ProgressLine::setFraction(double fraction) {
 }
 
 void ProgressLine::setCurrent(const std::string& path) {
-    current_ = path;
+    current_ = printable(path);
     redraw();
 }
 
@@ -49,7 +69,8 @@ void ProgressLine::redraw() {
     char percent[8];
     std::snprintf(percent, sizeof percent, "%3d%%", static_cast<int>(fraction_ * 100));
     std::string line = bar + " " + percent + " ";
-    line += fitted(current_, terminalColumns() - static_cast<int>(line.size()) - 1);
+    int columns = core::terminalColumns(core::StandardStream::error).value_or(defaultColumns);
+    line += fitted(current_, columns - static_cast<int>(line.size()) - 1);
     std::fprintf(stderr, "\r\033[K%s", line.c_str());
     std::fflush(stderr);
     drawn_ = true;
@@ -59,6 +80,31 @@ void ProgressLine::finish() {
     if (drawn_)
         std::fprintf(stderr, "\r\033[K");
     drawn_ = false;
+}
+
+std::string printable(std::string_view name) {
+    std::string out;
+    out.reserve(name.size());
+    const auto* bytes = reinterpret_cast<const std::uint8_t*>(name.data());
+    const auto length = static_cast<std::int32_t>(name.size());
+    for (std::int32_t offset = 0; offset < length;) {
+        std::int32_t start = offset;
+        UChar32 character;
+        U8_NEXT(bytes, offset, length, character);
+        auto sequence =
+            name.substr(static_cast<std::size_t>(start), static_cast<std::size_t>(offset - start));
+        if (character < 0 || isControl(character))
+            appendEscaped(out, sequence);
+        else if (character == '\\')
+            out += "\\\\";
+        else
+            out += sequence;
+    }
+    return out;
+}
+
+std::string counted(std::int64_t count, std::string_view noun) {
+    return std::to_string(count) + " " + std::string(noun) + (count == 1 ? "" : "s");
 }
 
 void printTable(const std::vector<std::vector<std::string>>& rows) {

@@ -1,8 +1,11 @@
-// Progress on a terminal: a bar with the percentage and the file being looked at, redrawn in
-// place on stderr. Silent when stderr is no terminal or the user asked for quiet.
+// What people read: a progress bar with the percentage and the file being looked at, redrawn in
+// place on stderr (silent when stderr is no terminal or the user asked for quiet), tables with
+// aligned columns, and the one way every name and count is written in them.
 #pragma once
 
+#include <cstdint>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace tidewell {
@@ -25,7 +28,15 @@ private:
     std::string current_;
 };
 
-// A table of rows on stdout with aligned columns.
+// A name as one line of text that cannot steer the terminal: control characters (C0, DEL, C1)
+// and bytes that are not UTF-8 become escapes ("\n", "\t", "\r", "\xNN"), and a backslash is
+// doubled, so that every name reads back unambiguously.
+std::string printable(std::string_view name);
+
+// "1 byte", "2 bytes", "0 files": a count with its noun, plural unless the count is one.
+std::string counted(std::int64_t count, std::string_view noun);
+
+// A table of rows on stdout with aligned columns; cells are printed as given.
 void printTable(const std::vector<std::vector<std::string>>& rows);
 
 } // namespace tidewell

@@ -1,6 +1,7 @@
 // tidewell: the command-line front end that drives Core as the desktop application would.
 #include "cli/Command.h"
 #include "cli/JsonLinesAnalytics.h"
+#include "cli/Terminal.h"
 
 #include "Core/platform/SystemPaths.h"
 
@@ -48,11 +49,32 @@ void applyGlobalOptions(tidewell::GlobalOptions& options) {
         core::setAnalytics(std::make_shared<tidewell::JsonLinesAnalytics>(options.analyticsLog));
 }
 
+// Extras are let through the parser so that a word it does not know is named here, as an
+// unknown command when it stands where the command belongs.
+void requireOneKnownCommand(const CLI::App& app) {
+    auto remaining = app.remaining();
+    bool commandGiven = !app.get_subcommands().empty();
+    if (!remaining.empty()) {
+        const auto& first = remaining.front();
+        if (commandGiven || first.starts_with("-"))
+            throw UsageError("unexpected argument: " + first);
+        throw UsageError("unknown command: " + first);
+    }
+    if (!commandGiven)
+        throw UsageError("a command is required; tidewell --help lists them");
+}
+
+// Every failure is one line on stderr, whatever bytes the message carries.
+int reportBadInput(const std::string& message) {
+    std::cerr << "tidewell: " << tidewell::printable(message) << '\n';
+    return 2;
+}
+
 } // namespace
 
 int main(int argc, char** argv) {
     CLI::App app{"tidewell: finds junk, sizes and duplicates, and cleans them up"};
-    app.require_subcommand(1);
+    app.require_subcommand(0, 1);
     app.fallthrough();
     tidewell::GlobalOptions options;
     app.add_option("--root", options.root, "folder that stands for / (a mounted macOS volume, a test tree)");
@@ -71,6 +93,7 @@ int main(int argc, char** argv) {
         auto* sub = command->attach(app);
         commands.emplace_back(std::move(command), sub);
     }
+    app.allow_extras();
 
     try {
         app.parse(argc, argv);
@@ -79,18 +102,17 @@ int main(int argc, char** argv) {
     } catch (const CLI::CallForAllHelp& help) {
         return app.exit(help);
     } catch (const CLI::ParseError& error) {
-        std::cerr << "tidewell: " << error.what() << '\n';
-        return 2;
+        return reportBadInput(error.what());
     }
 
     try {
+        requireOneKnownCommand(app);
         applyGlobalOptions(options);
         for (auto& [command, sub] : commands)
             if (sub->parsed())
                 return command->run(options);
     } catch (const UsageError& error) {
-        std::cerr << "tidewell: " << error.what() << '\n';
-        return 2;
+        return reportBadInput(error.what());
     }
     return 2;
 }

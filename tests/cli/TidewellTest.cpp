@@ -1,6 +1,8 @@
 // Runs the real tidewell binary as a child process on a macOS-like tree, as a user or script would.
 #include "tests/support/AppFixtures.h"
 
+#include "cli/JsonBytes.h"
+
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
@@ -22,7 +24,10 @@ struct Run {
 };
 
 std::string shellQuoted(const std::string& text) {
-    return "'" + text + "'";
+    std::string quoted = "'";
+    for (char byte : text)
+        quoted += byte == '\'' ? std::string("'\\''") : std::string(1, byte);
+    return quoted + "'";
 }
 
 Run tidewell(const std::string& arguments, const std::string& stderrPath = "/dev/null") {
@@ -277,7 +282,9 @@ TEST_F(TidewellAppsTest, LeftoversAndTheJunkScansApplicationStage) {
     ASSERT_EQ(run.exitCode, 0);
     auto json = nlohmann::json::parse(run.out);
     EXPECT_EQ(json["ids"], nlohmann::json::parse(R"(["com.gone.tool"])"));
-    EXPECT_EQ(json["files"]["com.gone.tool"].size(), 2u);
+    ASSERT_EQ(json["files"].size(), 1u);
+    EXPECT_EQ(json["files"][0]["id"], "com.gone.tool");
+    EXPECT_EQ(json["files"][0]["files"].size(), 2u);
 
     auto junk = nlohmann::json::parse(tidewell("junk --json --only appCaches,appLogs " + globals()).out);
     ASSERT_EQ(junk["appJunk"].size(), 1u);
@@ -315,6 +322,191 @@ TEST_F(TidewellTest, DupesGroupsIdenticalFilesWithTheirSizes) {
                           shellQuoted(scratch.at("backup")));
     EXPECT_NE(human.out.find("frees 40.0 kB"), std::string::npos);
     EXPECT_EQ(tidewell("dupes " + shellQuoted(scratch.at("nowhere"))).exitCode, 2);
+}
+
+} // namespace
+
+namespace {
+
+// Names a file system accepts that text output easily gets wrong: bytes that are not UTF-8, line
+// breaks, quotes of both kinds, control bytes that steer a terminal, a backslash, and plain UTF-8.
+const std::vector<std::string> oddNames = {"not\xffutf8\xc3", "two\nlines",    "quo\"te's",
+                                           "ctl\x01\x1b[31m", "back\\slash\r", "caf\xc3\xa9"};
+
+std::string bytesOf(const nlohmann::json& value) {
+    auto bytes = tidewell::bytesFromJson(value);
+    EXPECT_TRUE(bytes) << value.dump();
+    return bytes.value_or("");
+}
+
+std::set<std::string> pathsOf(const nlohmann::json& records) {
+    std::set<std::string> paths;
+    for (const auto& record : records)
+        paths.insert(bytesOf(record["path"]));
+    return paths;
+}
+
+std::vector<std::string> linesOf(const std::string& text) {
+    std::vector<std::string> lines;
+    std::istringstream in(text);
+    for (std::string line; std::getline(in, line);)
+        lines.push_back(line);
+    return lines;
+}
+
+class TidewellOddNamesTest : public TidewellTest {
+protected:
+    // Lays out one file a name inside `folder` of `tree`; the set of their paths.
+    std::set<std::string> oddFiles(const TempTree& tree, const std::string& folder, std::size_t bytes) {
+        std::set<std::string> paths;
+        for (const auto& name : oddNames)
+            paths.insert(tree.file(folder + "/" + name, bytes));
+        return paths;
+    }
+};
+
+TEST_F(TidewellOddNamesTest, PathsSurviveJsonExactlyInSizeLargeAndJunk) {
+    auto caches = oddFiles(root, "Library/Caches", 100);
+    auto big = oddFiles(home, "films", 1024 * 1024);
+    auto run = tidewell("junk --json --only systemCaches " + globals());
+    ASSERT_EQ(run.exitCode, 0);
+    EXPECT_EQ(pathsOf(nlohmann::json::parse(run.out)["systemCaches"]), caches);
+
+    run = tidewell("large --json --min-size 1M " + globals());
+    ASSERT_EQ(run.exitCode, 0);
+    EXPECT_EQ(pathsOf(nlohmann::json::parse(run.out)), big);
+
+    std::string arguments;
+    for (const auto& path : caches)
+        arguments += " " + shellQuoted(path);
+    run = tidewell("size --json" + arguments);
+    ASSERT_EQ(run.exitCode, 0);
+    auto sizes = nlohmann::json::parse(run.out);
+    EXPECT_EQ(pathsOf(sizes), caches);
+    for (const auto& record : sizes)
+        EXPECT_EQ(record["size"], 100);
+}
+
+TEST_F(TidewellOddNamesTest, PathsSurviveJsonExactlyInDupes) {
+    std::set<std::string> expected;
+    for (const auto& name : oddNames)
+        for (const auto* folder : {"a/", "b/"})
+            std::ofstream(*expected.insert(scratch.file(folder + name)).first) << "content of " << name;
+    // One file without a twin in each folder keeps the folders themselves from matching.
+    std::ofstream(scratch.file("a/only-a")) << "a";
+    std::ofstream(scratch.file("b/only-b")) << "bb";
+    auto run = tidewell("dupes --json " + shellQuoted(scratch.at("a")) + " " + shellQuoted(scratch.at("b")));
+    ASSERT_EQ(run.exitCode, 0);
+    auto json = nlohmann::json::parse(run.out);
+    std::set<std::string> found;
+    for (const auto& group : json["duplicates"]) {
+        EXPECT_EQ(group.size(), 2u);
+        found.merge(pathsOf(group));
+    }
+    EXPECT_EQ(found, expected);
+}
+
+TEST_F(TidewellOddNamesTest, NamesAndIdentifiersSurviveJsonInTheApplicationCommands) {
+    auto bundle = core::testing::writeBundle(root, "Applications/Odd\nApp\xff.app", "com.example.odd", "Odd");
+    auto apps = nlohmann::json::parse(tidewell("apps --json " + globals()).out);
+    ASSERT_EQ(apps["apps"].size(), 1u);
+    EXPECT_EQ(bytesOf(apps["apps"][0]["paths"][0]), bundle);
+
+    auto files = nlohmann::json::parse(tidewell("app-files --json com.example.odd " + globals()).out);
+    ASSERT_EQ(files.size(), 1u);
+    EXPECT_EQ(pathsOf(files[0]["apps"]), std::set<std::string>{bundle});
+
+    const std::string gone = "com.gone\xfftool";
+    home.file("Library/Caches/" + gone + "/data", 10);
+    home.file("Library/Preferences/" + gone + ".plist", 10);
+    auto leftovers = nlohmann::json::parse(tidewell("leftovers --files --json " + globals()).out);
+    ASSERT_EQ(leftovers["ids"].size(), 1u);
+    EXPECT_EQ(bytesOf(leftovers["ids"][0]), gone);
+    ASSERT_EQ(leftovers["files"].size(), 1u);
+    EXPECT_EQ(bytesOf(leftovers["files"][0]["id"]), gone);
+    EXPECT_EQ(pathsOf(leftovers["files"][0]["files"]),
+              (std::set<std::string>{home.at("Library/Caches/" + gone),
+                                     home.at("Library/Preferences/" + gone + ".plist")}));
+}
+
+TEST_F(TidewellOddNamesTest, ArgumentsAndDocumentTextSurviveJsonInOrgAndRules) {
+    auto run = tidewell("org --json " + shellQuoted("com.ex\xff"
+                                                    "ample.app"));
+    ASSERT_EQ(run.exitCode, 0);
+    auto org = nlohmann::json::parse(run.out);
+    EXPECT_EQ(bytesOf(org[0]["id"]), "com.ex\xff"
+                                     "ample.app");
+    EXPECT_EQ(bytesOf(org[0]["organization"]), "ex\xff"
+                                               "ample");
+
+    auto document = scratch.file("rules.yaml");
+    std::ofstream(document) << "com.example.app:\n  caches:\n    cache: [Lib/Caches/Example, \"Var/\xfe\"]\n";
+    run = tidewell("rules --json --check " + shellQuoted(document));
+    EXPECT_EQ(run.exitCode, 1);
+    auto dropped = nlohmann::json::parse(run.out)["dropped"];
+    ASSERT_EQ(dropped.size(), 1u);
+    EXPECT_EQ(bytesOf(dropped[0]["entry"]), "Var/\xfe");
+}
+
+TEST_F(TidewellOddNamesTest, TheAnalyticsLogStaysOneJsonObjectALine) {
+    auto trashed = oddFiles(home, ".local/share/Trash/files", 10);
+    auto log = scratch.at("analytics.jsonl");
+    auto run =
+        tidewell("junk --json --only trashFiles " + globals() + " --analytics-log " + shellQuoted(log));
+    ASSERT_EQ(run.exitCode, 0);
+    EXPECT_EQ(pathsOf(nlohmann::json::parse(run.out)["trash"]), trashed);
+    std::set<std::string> logged;
+    for (const auto& line : linesOf(slurp(log))) {
+        auto entry = nlohmann::json::parse(line);
+        if (entry.contains("log"))
+            for (const auto& path : trashed)
+                if (bytesOf(entry["log"]).find(path) != std::string::npos)
+                    logged.insert(path);
+    }
+    EXPECT_EQ(logged, trashed);
+}
+
+TEST_F(TidewellOddNamesTest, HumanOutputShowsEachNameEscapedOnItsOwnLine) {
+    auto path = scratch.file("two\nlines\xff\x1b[31m\t", 1);
+    auto run = tidewell("size " + shellQuoted(path));
+    ASSERT_EQ(run.exitCode, 0);
+    auto lines = linesOf(run.out);
+    ASSERT_EQ(lines.size(), 1u);
+    EXPECT_NE(lines[0].find(scratch.path() + "/two\\nlines\\xFF\\x1B[31m\\t"), std::string::npos) << lines[0];
+    EXPECT_NE(lines[0].find("1 byte"), std::string::npos);
+    EXPECT_EQ(lines[0].find("1 bytes"), std::string::npos);
+
+    for (const auto& name : oddNames)
+        home.file("films/" + name, 1024 * 1024);
+    run = tidewell("large --min-size 1M " + globals());
+    ASSERT_EQ(run.exitCode, 0);
+    lines = linesOf(run.out);
+    ASSERT_EQ(lines.size(), oddNames.size() + 1);
+    for (std::size_t index = 0; index < oddNames.size(); ++index)
+        EXPECT_EQ(lines[index].find_first_of("\r\x01\x1b\xff"), std::string::npos) << lines[index];
+}
+
+TEST_F(TidewellTest, JunkMentionsSkippedScreenshotsOnlyWhenTheyWereAskedFor) {
+    auto run = tidewell("junk --only systemCaches " + globals());
+    ASSERT_EQ(run.exitCode, 0);
+    EXPECT_EQ(run.out.find("screenshots were not scanned"), std::string::npos);
+}
+
+TEST_F(TidewellTest, AnUnknownCommandIsNamedOnOneLine) {
+    auto errors = scratch.at("stderr");
+    const std::vector<std::pair<std::string, std::string>> cases = {
+        {"bogus", "tidewell: unknown command: bogus\n"},
+        {"--json bogus", "tidewell: unknown command: bogus\n"},
+        {"", "tidewell: a command is required; tidewell --help lists them\n"},
+        {"size " + shellQuoted(scratch.path()) + " --bogus", "tidewell: unexpected argument: --bogus\n"},
+        {"dupes " + shellQuoted(scratch.at("no\nwhere")),
+         "tidewell: not a folder: " + scratch.at("no\\nwhere") + "\n"}};
+    for (const auto& [arguments, message] : cases) {
+        auto run = tidewell(arguments, errors);
+        EXPECT_EQ(run.exitCode, 2) << arguments;
+        EXPECT_TRUE(run.out.empty()) << arguments;
+        EXPECT_EQ(slurp(errors), message);
+    }
 }
 
 } // namespace

@@ -1,0 +1,26 @@
+#include "Core/platform/Terminal.h"
+
+#include <sys/ioctl.h>
+#include <unistd.h>
+
+namespace core {
+namespace {
+
+int descriptor(StandardStream stream) {
+    return stream == StandardStream::output ? STDOUT_FILENO : STDERR_FILENO;
+}
+
+} // namespace
+
+bool isTerminal(StandardStream stream) {
+    return ::isatty(descriptor(stream)) == 1;
+}
+
+std::optional<int> terminalColumns(StandardStream stream) {
+    winsize size{};
+    if (::ioctl(descriptor(stream), TIOCGWINSZ, &size) != 0 || size.ws_col == 0)
+        return std::nullopt;
+    return size.ws_col;
+}
+
+} // namespace core
