@@ -4,7 +4,9 @@
 set -euo pipefail
 
 packages=(
-  build-essential cmake ninja-build pkg-config clang-format
+  build-essential cmake ninja-build pkg-config clang-format ccache
+  # the fuzz targets and the thread-sanitized tests are built with clang and its runtimes
+  clang libclang-rt-14-dev
   libboost-dev libsqlite3-dev libyaml-cpp-dev libssl-dev libicu-dev
   libplist-dev libexpat1-dev libvips-dev libmagic-dev
   publicsuffix nlohmann-json3-dev libcli11-dev libgtest-dev libgmock-dev libbenchmark-dev

@@ -1,4 +1,5 @@
 #include "Core/platform/SystemPaths.h"
+#include "Core/platform/ResourcesLocation.h"
 
 #include <cstdlib>
 #include <fstream>
@@ -53,7 +54,7 @@ void SystemPaths::setResourcesDirectory(std::string directory) {
 // Until a host says otherwise, the documents are those this build made or installed.
 std::string SystemPaths::resourcesDirectory() const {
     std::lock_guard lock(mutex_);
-    return resources_.empty() ? CORE_RESOURCES_DIR : resources_;
+    return resources_.empty() ? defaultResourcesDirectory() : resources_;
 }
 
 std::string SystemPaths::root() const {
