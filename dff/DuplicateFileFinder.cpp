@@ -243,17 +243,22 @@ void DuplicateFileFinder::findDuplicateFiles(Duplicate<long long, File*>& bySize
         }
         groups.push_back(std::move(group));
     }
-    SizeGroupRace(std::move(groups), stopped).run(threads, [&](const RaceOutcome& outcome) {
+    auto deliver = [&](const RaceOutcome& outcome) {
         File* file = outcome.file;
-        notifyCurrentPath(file->path);
-        advance(value, step * outcome.stagesRead);
         if (outcome.kind == RaceOutcome::finished) {
             byHash.add(file->hash, file);
             return;
         }
         calcImageHash(file, images);
         file->unique = true;
-    });
+    };
+    // One step per file and stage, as the stages begin.
+    auto begun = [&](unsigned long count, const File& latest) {
+        notifyCurrentPath(latest.path);
+        while (count-- > 0)
+            advance(value, step);
+    };
+    SizeGroupRace(std::move(groups), stopped).run(threads, deliver, begun);
     for (auto node = byHash.begin(); !node.done(); ++node) {
         if (stopped)
             return;

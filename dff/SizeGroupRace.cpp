@@ -73,6 +73,14 @@ void RacingFile::readStagePair(RacingFile& first, RacingFile& second) {
     b.finish();
 }
 
+void SizeGroupRace::StageRead::operator()() const {
+    race->beginStage(first->file);
+    if (!second)
+        return first->readStage();
+    race->beginStage(second->file);
+    RacingFile::readStagePair(*first, *second);
+}
+
 SizeGroupRace::SizeGroupRace(std::deque<RaceGroup> groups, const std::atomic<bool>& stopped)
     : groups_(std::move(groups)), stopped_(stopped) {}
 
@@ -80,10 +88,42 @@ unsigned SizeGroupRace::defaultThreads() {
     return std::clamp(std::thread::hardware_concurrency(), 1u, 4u);
 }
 
+// The caller tells what began before it sleeps; a stage begun after that wakes it.
 void SizeGroupRace::waitForChange(std::unique_lock<std::mutex>& guard) {
+    if (isCaller()) {
+        callerWaiting_ = true;
+        if (stagesBegun_ != stagesTold_) {
+            callerWaiting_ = false;
+            guard.unlock();
+            tellStagesBegun();
+            guard.lock();
+            return;
+        }
+    }
     ++idle_;
     changed_.wait(guard);
     --idle_;
+    if (isCaller())
+        callerWaiting_ = false;
+}
+
+void SizeGroupRace::beginStage(const File* file) {
+    latest_ = file;
+    ++stagesBegun_;
+    if (isCaller())
+        return tellStagesBegun();
+    if (callerWaiting_) {
+        std::lock_guard<std::mutex> guard(lock_);
+        changed_.notify_all();
+    }
+}
+
+void SizeGroupRace::tellStagesBegun() {
+    unsigned long begun = stagesBegun_;
+    if (begun == stagesTold_ || stopped_)
+        return;
+    begun_(begun - stagesTold_, *latest_.load());
+    stagesTold_ = begun;
 }
 
 bool SizeGroupRace::isLarge(const RaceGroup& group) {
@@ -116,7 +156,8 @@ void SizeGroupRace::readStage(RaceGroup& stage) {
     }
     std::vector<StageRead> reads;
     for (size_t i = 0; i < stage.size(); i += split ? 1 : 2)
-        reads.push_back({stage[i].get(), !split && i + 1 < stage.size() ? stage[i + 1].get() : nullptr});
+        reads.push_back(
+            {this, stage[i].get(), !split && i + 1 < stage.size() ? stage[i + 1].get() : nullptr});
     if (reads.size() < 2 || !large) {
         for (const auto& read : reads) {
             if (stopped_)
@@ -135,10 +176,10 @@ void SizeGroupRace::readStage(RaceGroup& stage) {
     finishShared(guard, pending);
 }
 
-std::vector<RaceOutcome> SizeGroupRace::race(RaceGroup group) {
+SizeGroupRace::Outcomes SizeGroupRace::race(RaceGroup group) {
     Outcomes outcomes;
     raceInto(std::move(group), outcomes);
-    return std::move(outcomes.list);
+    return outcomes;
 }
 
 void SizeGroupRace::raceInto(RaceGroup group, Outcomes& outcomes) {
@@ -152,11 +193,10 @@ void SizeGroupRace::raceInto(RaceGroup group, Outcomes& outcomes) {
                 file->unique = true;
                 return;
             }
-            ++outcomes.stagesRead;
             if (record->state == RacingFile::finished) {
-                outcomes.leave(file, RaceOutcome::finished);
+                outcomes.push_back({file, RaceOutcome::finished});
             } else if (record->state == RacingFile::unreadable) {
-                outcomes.leave(file, RaceOutcome::unreadable);
+                outcomes.push_back({file, RaceOutcome::unreadable});
             } else {
                 local.add(file->hash, record.get());
                 racing.push_back(std::move(record));
@@ -165,7 +205,7 @@ void SizeGroupRace::raceInto(RaceGroup group, Outcomes& outcomes) {
         std::vector<RaceGroup> subgroups;
         for (auto node = local.begin(); !node.done(); ++node) {
             if (node->values.size() == 1)
-                outcomes.leave(node->values.front()->file, RaceOutcome::alone);
+                outcomes.push_back({node->values.front()->file, RaceOutcome::alone});
             else
                 subgroups.push_back(takeRacing(racing, node->values));
         }
@@ -183,7 +223,7 @@ void SizeGroupRace::raceInto(RaceGroup group, Outcomes& outcomes) {
 void SizeGroupRace::raceSubgroups(std::vector<RaceGroup>& subgroups, Outcomes& outcomes) {
     struct HandedOff {
         RaceGroup group;
-        std::vector<RaceOutcome> outcomes;
+        Outcomes outcomes;
         unsigned pending = 0;
     };
     std::vector<std::unique_ptr<HandedOff>> handedOff(subgroups.size());
@@ -205,7 +245,7 @@ void SizeGroupRace::raceSubgroups(std::vector<RaceGroup>& subgroups, Outcomes& o
         guard.lock();
         finishShared(guard, handedOff[k]->pending);
         guard.unlock();
-        outcomes.append(handedOff[k]->outcomes);
+        outcomes.insert(outcomes.end(), handedOff[k]->outcomes.begin(), handedOff[k]->outcomes.end());
     }
 }
 
@@ -251,8 +291,11 @@ void SizeGroupRace::help() {
     }
 }
 
-void SizeGroupRace::run(unsigned threads, const std::function<void(const RaceOutcome&)>& deliver) {
+void SizeGroupRace::run(unsigned threads, const std::function<void(const RaceOutcome&)>& deliver,
+                        StagesBegun begun) {
     const size_t count = groups_.size();
+    caller_ = std::this_thread::get_id();
+    begun_ = std::move(begun);
     slots_.assign(count, {});
     raced_.assign(count, 0);
     std::vector<std::thread> helpers;
@@ -263,7 +306,13 @@ void SizeGroupRace::run(unsigned threads, const std::function<void(const RaceOut
     // still on another thread.
     std::unique_lock<std::mutex> guard(lock_);
     for (size_t delivered = 0; delivered < count && !stopped_;) {
-        if (raced_[delivered]) {
+        if (raced_[delivered] && stagesBegun_ != stagesTold_) {
+            // The stages come before the outcomes they led to, wherever they were read, so that a
+            // stop they bring about drops those outcomes.
+            guard.unlock();
+            tellStagesBegun();
+            guard.lock();
+        } else if (raced_[delivered]) {
             auto outcomes = std::move(slots_[delivered++]);
             guard.unlock();
             for (const auto& outcome : outcomes)
@@ -276,6 +325,7 @@ void SizeGroupRace::run(unsigned threads, const std::function<void(const RaceOut
     guard.unlock();
     for (auto& helper : helpers)
         helper.join();
+    tellStagesBegun();
 }
 
 } // namespace dff

@@ -23,6 +23,7 @@
 #include <functional>
 #include <memory>
 #include <mutex>
+#include <thread>
 #include <vector>
 
 namespace dff {
@@ -58,7 +59,7 @@ std::deque<std::unique_ptr<T>> takeRacing(std::deque<std::unique_ptr<T>>& racing
     return group;
 }
 
-// How a file left the race; `stagesRead` counts the stages read since the outcome before it.
+// How a file left the race.
 struct RaceOutcome {
     enum Kind : unsigned char {
         finished,   // read to its end: its digest is final and it joins the digest tree
@@ -67,8 +68,11 @@ struct RaceOutcome {
     };
     File* file;
     Kind kind;
-    unsigned stagesRead;
 };
+
+// Told on the calling thread: `count` file stages have begun since the last call, the latest of
+// them a stage of `latest`.
+using StagesBegun = std::function<void(unsigned long count, const File& latest)>;
 
 class SizeGroupRace {
 public:
@@ -76,9 +80,10 @@ public:
     SizeGroupRace(std::deque<RaceGroup> groups, const std::atomic<bool>& stopped);
 
     // Races every group on up to `threads` threads, the calling one included, and hands each
-    // outcome to `deliver` on the calling thread. After a stop, outcomes still unhanded are
-    // dropped and the files still racing keep no final digest.
-    void run(unsigned threads, const std::function<void(const RaceOutcome&)>& deliver);
+    // outcome to `deliver` and the stages as they begin to `begun`, both on the calling thread.
+    // After a stop, outcomes still unhanded are dropped and the files still racing keep no final
+    // digest.
+    void run(unsigned threads, const std::function<void(const RaceOutcome&)>& deliver, StagesBegun begun);
 
     // The number of threads a search uses: the cores, up to four.
     static unsigned defaultThreads();
@@ -86,9 +91,10 @@ public:
 private:
     // The stage of one or two files.
     struct StageRead {
+        SizeGroupRace* race;
         RacingFile* first;
         RacingFile* second; // null when the stage's files are odd in number
-        void operator()() const { second ? RacingFile::readStagePair(*first, *second) : first->readStage(); }
+        void operator()() const;
     };
     // Work handed to whichever thread is free; `pending` counts what its owner still waits for.
     struct SharedWork {
@@ -96,19 +102,9 @@ private:
         unsigned* pending;
     };
     // What a race found so far, in order.
-    struct Outcomes {
-        std::vector<RaceOutcome> list;
-        unsigned stagesRead = 0;
-        void leave(File* file, RaceOutcome::Kind kind) {
-            list.push_back({file, kind, stagesRead});
-            stagesRead = 0;
-        }
-        void append(const std::vector<RaceOutcome>& more) {
-            list.insert(list.end(), more.begin(), more.end());
-        }
-    };
+    using Outcomes = std::vector<RaceOutcome>;
 
-    std::vector<RaceOutcome> race(RaceGroup group);
+    Outcomes race(RaceGroup group);
     void raceInto(RaceGroup group, Outcomes& outcomes);
     void raceSubgroups(std::vector<RaceGroup>& subgroups, Outcomes& outcomes);
     void readStage(RaceGroup& stage);
@@ -121,6 +117,11 @@ private:
     bool raceUnclaimedGroup(std::unique_lock<std::mutex>& guard);
     void waitForChange(std::unique_lock<std::mutex>& guard);
     void help();
+    // Counts a stage of `file` as begun, on any thread, and has the calling thread tell it.
+    void beginStage(const File* file);
+    // On the calling thread: tells what began since it last told, if anything did.
+    void tellStagesBegun();
+    bool isCaller() const { return std::this_thread::get_id() == caller_; }
 
     std::deque<RaceGroup> groups_;
     const std::atomic<bool>& stopped_;
@@ -133,6 +134,14 @@ private:
     unsigned racing_ = 0;
     unsigned idle_ = 0; // threads waiting for work
     std::deque<SharedWork> shared_;
+    std::thread::id caller_;
+    StagesBegun begun_;
+    // Written by every racing thread; read with `callerWaiting_` so that a stage begun elsewhere
+    // either is seen by the caller before it waits, or wakes it.
+    std::atomic<unsigned long> stagesBegun_{0};
+    std::atomic<const File*> latest_{nullptr};
+    std::atomic<bool> callerWaiting_{false};
+    unsigned long stagesTold_ = 0; // the caller's own
 };
 
 } // namespace dff
