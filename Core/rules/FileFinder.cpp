@@ -182,7 +182,10 @@ FileNode* FileFinder::lookup(DirectoryInfo& folder, const CaseInsensitiveString&
     if (folder.scanned)
         return nullptr;
     ++lookups_;
-    bool exists = fileStatus(folder.url.appendingPathComponent(name.origin()).path()).has_value();
+    // A link whose target is gone is nothing an application keeps, and its size is not the size of
+    // what it stood for.
+    bool exists =
+        fileStatus(folder.url.appendingPathComponent(name.origin()).path(), LinkHandling::follow).has_value();
     auto state = exists ? FileNode::State::unknown : FileNode::State::notExists;
     return &folder.children.emplace(name, FileNode{state, name.origin(), {}, {}}).first->second;
 }
