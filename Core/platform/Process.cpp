@@ -18,6 +18,18 @@ namespace {
 std::mutex tableMutex;
 std::map<std::string, std::string> replacements;
 
+TaskStatus endingOf(int waitStatus) {
+    TaskStatus status;
+    if (WIFEXITED(waitStatus)) {
+        status.ending = TaskStatus::Ending::exited;
+        status.code = WEXITSTATUS(waitStatus);
+    } else if (WIFSIGNALED(waitStatus)) {
+        status.ending = TaskStatus::Ending::signalled;
+        status.code = WTERMSIG(waitStatus);
+    }
+    return status;
+}
+
 } // namespace
 
 CommandTable& CommandTable::shared() {
@@ -40,6 +52,13 @@ void CommandTable::setReplacement(const std::string& command, std::string progra
 }
 
 std::string taskSyncRunner(const std::string& command, const std::vector<std::string>& args) {
+    TaskStatus ignored;
+    return taskSyncRunner(command, args, ignored);
+}
+
+std::string taskSyncRunner(const std::string& command, const std::vector<std::string>& args,
+                           TaskStatus& status) {
+    status = TaskStatus();
     std::string program = CommandTable::shared().resolve(command);
     int pipeEnds[2];
     if (::pipe2(pipeEnds, O_CLOEXEC) != 0)
@@ -66,12 +85,16 @@ std::string taskSyncRunner(const std::string& command, const std::vector<std::st
                 break;
             output.append(buffer, static_cast<std::size_t>(got));
         }
-        int status = 0;
-        while (::waitpid(child, &status, 0) < 0 && errno == EINTR) {
+        int waitStatus = 0;
+        pid_t waited = 0;
+        while ((waited = ::waitpid(child, &waitStatus, 0)) < 0 && errno == EINTR) {
         }
+        if (waited == child)
+            status = endingOf(waitStatus);
     }
     ::close(pipeEnds[0]);
-    return isValidUtf8(output) ? output : std::string();
+    status.outputIsText = isValidUtf8(output);
+    return status.outputIsText ? output : std::string();
 }
 
 } // namespace core

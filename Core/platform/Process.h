@@ -21,8 +21,23 @@ public:
     void setReplacement(const std::string& command, std::string program);
 };
 
+// How a command ended. Its output alone cannot tell a command that printed nothing from one that
+// never started or failed.
+struct TaskStatus {
+    enum class Ending { notStarted, exited, signalled };
+    Ending ending = Ending::notStarted;
+    // The exit status, or the number of the signal that ended it.
+    int code = 0;
+    // False when the output was dropped for not being UTF-8.
+    bool outputIsText = true;
+
+    bool succeeded() const { return ending == Ending::exited && code == 0 && outputIsText; }
+};
+
 // The standard output of the command, as text; empty when it cannot be started or prints no valid
-// UTF-8.
+// UTF-8. The second form also says how the command ended.
 std::string taskSyncRunner(const std::string& command, const std::vector<std::string>& args);
+std::string taskSyncRunner(const std::string& command, const std::vector<std::string>& args,
+                           TaskStatus& status);
 
 } // namespace core
