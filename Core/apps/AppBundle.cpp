@@ -1,5 +1,6 @@
 #include "Core/apps/AppBundle.h"
 
+#include "Core/foundation/Analytics.h"
 #include "Core/platform/Bundle.h"
 #include "Core/platform/FileInfo.h"
 #include "Core/platform/FolderReader.h"
@@ -17,11 +18,21 @@ struct Identity {
     CaseInsensitiveString name;
 };
 
+// A bundle whose dictionary was refused for its size or depth is passed over like any unreadable
+// one, but said, since it is what an attacker or a broken build leaves behind.
+std::optional<Bundle> openBundle(const std::string& path) {
+    PlistProblem problem = PlistProblem::none;
+    auto bundle = Bundle::open(path, &problem);
+    if (!bundle && isRefusal(problem))
+        analytics()->log("[AppBundle] skipped " + path + ": " + describe(problem), 2);
+    return bundle;
+}
+
 // An application-like bundle: an identifier, and an executable in a "MacOS" folder.
 std::optional<Identity> identify(const std::string& path) {
     if (!isValidBundleURL(path))
         return std::nullopt;
-    auto bundle = Bundle::open(path);
+    auto bundle = openBundle(path);
     if (!bundle)
         return std::nullopt;
     auto identifier = bundle->bundleIdentifier();
@@ -125,7 +136,7 @@ std::shared_ptr<WrappedBundle> WrappedBundle::make(const URL& url,
     auto info = fileStatus(url.path(), LinkHandling::follow);
     if (url.path().rfind(applications, 0) != 0 || !info || !info->isFolder())
         return nullptr;
-    auto wrapped = Bundle::open(url.path() + "/WrappedBundle");
+    auto wrapped = openBundle(url.path() + "/WrappedBundle");
     auto identifier = wrapped ? wrapped->bundleIdentifier() : std::nullopt;
     if (!identifier)
         return nullptr;
@@ -141,7 +152,7 @@ void WrappedBundle::loadSubBundles() {
     for (const auto& entry : listFolder(plugIns)) {
         if (!entry.isDirectory)
             continue;
-        auto bundle = Bundle::open(plugIns + "/" + entry.name);
+        auto bundle = openBundle(plugIns + "/" + entry.name);
         if (auto identifier = bundle ? bundle->bundleIdentifier() : std::nullopt)
             bundleIDs_.push_back(uuidMapper_->uuid(*identifier));
     }

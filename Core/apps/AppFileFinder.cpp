@@ -1,5 +1,6 @@
 #include "Core/apps/AppFileFinder.h"
 
+#include "Core/apps/ApplicationList.h"
 #include "Core/foundation/FileManager.h"
 #include "Core/platform/FileInfo.h"
 #include "Core/platform/FolderReader.h"
@@ -85,9 +86,16 @@ std::string lowered(const std::string& text) {
 
 // Removes every occurrence of `text`, ignoring case.
 std::string removedIgnoringCase(std::string name, const std::string& text) {
-    for (auto at = lowered(name).find(lowered(text)); at != std::string::npos;
-         at = lowered(name).find(lowered(text)))
-        name.erase(at, text.size());
+    for (auto found = findIgnoringCase(name, text); found && found->length > 0;
+         found = findIgnoringCase(name, text))
+        name.erase(found->position, found->length);
+    return name;
+}
+
+// Without a leading "group.", of any case; the same text further in is part of the identifier.
+std::string withoutGroupPrefix(std::string name) {
+    if (auto found = findIgnoringCase(name, "group."); found && found->position == 0)
+        name.erase(0, found->length);
     return name;
 }
 
@@ -101,14 +109,11 @@ std::optional<std::string> harvestedContainerID(std::string name, bool isFolder)
     }
     if (name.find("com.apple.") != std::string::npos)
         return std::nullopt;
-    if (lowered(name).rfind("group.", 0) == 0)
-        name = removedIgnoringCase(name, "group.");
+    name = withoutGroupPrefix(std::move(name));
     static const auto teamPrefix = *Regex::compile("^[0-9a-zA-Z]{10}\\.$", false);
     if (name.size() >= 11 && teamPrefix.matches(name.substr(0, 11)))
         name = removedIgnoringCase(name, name.substr(0, 11));
-    if (lowered(name).rfind("group.", 0) == 0)
-        name = removedIgnoringCase(name, "group.");
-    return name;
+    return withoutGroupPrefix(std::move(name));
 }
 
 } // namespace
@@ -142,7 +147,9 @@ std::shared_ptr<AppFileFinder> AppFileFinder::make(const RuleManager& rules, con
 }
 
 AppFileFinder::AppFileFinder(const RuleManager& rules, const AppFileRule& index)
-    : rules_(rules), index_(index), finder_(index), workQueue_(DispatchQueue::makeSerial("AppFileFinder")) {
+    : rules_(rules), index_(index), finder_(index),
+      // Serial on purpose: every scan and walk shares the file tree and its used marks.
+      workQueue_(DispatchQueue::makeSerial("AppFileFinder")) {
     auto black = rules_.rules.find(RuleID::black());
     if (black == rules_.rules.end() || !black->second.section(RuleSection::support))
         return;
@@ -214,12 +221,15 @@ void AppFileFinder::runScan() {
         });
     });
     subApps_.clear();
+    // A sub-application that several main applications list is part of each of them: each hears of
+    // it and gets its bundle, whatever order the table is visited in.
     std::unordered_set<CaseInsensitiveString> absorbed;
     for (const auto& [id, bundles] : apps) {
         auto app = makeMacApp(bundles, rules_);
         for (const auto& other : app->bundleIDs()) {
-            if (other == id || !apps.count(other) || !absorbed.insert(other).second)
+            if (other == id || !apps.count(other))
                 continue;
+            absorbed.insert(other);
             onMain<AppFileFinderDelegate>(delegate,
                                           [other](auto& target) { target.deleteSubAppFound(other); });
             if (auto url = lastURL.find(other); url != lastURL.end())
@@ -295,8 +305,11 @@ bool AppFileFinder::isKnown(const CaseInsensitiveString& id,
 }
 
 void AppFileFinder::runLeftoversList() {
-    InstalledBundleFilter filter{{}, SystemPaths::shared().userLibrary(), {}, {}};
+    // Everything installed counts, system-protected bundles too: what they keep is no leftover.
+    InstalledBundleFilter filter{{}, SystemPaths::shared().userLibrary(), {}, {}, false};
     std::unordered_set<std::string> installed;
+    for (const auto& id : registeredApplicationIDs())
+        installed.insert(CaseInsensitiveString(id).lowercaseString());
     for (const auto& [id, bundles] : findInstalledBundles(bundleLoader_, filter)) {
         installed.insert(id.lowercaseString());
         for (const auto& bundle : bundles)
@@ -359,12 +372,18 @@ AppFileInfos AppFileFinder::harvest(std::unordered_set<CaseInsensitiveString>& i
 
 void AppFileFinder::startScanLeftoverFiles(const std::vector<CaseInsensitiveString>& ids) {
     run([ids](AppFileFinder& self) { self.runLeftoverFiles(ids); });
+    // Queued apart from the context, so that it comes after a stop too, once the walks have ended.
+    workQueue_->async([weakSelf = weak_from_this()] {
+        if (auto self = weakSelf.lock())
+            onMain<LeftoverFileFinderDelegate>(self->leftoverDelegate,
+                                               [](auto& target) { target.leftoverFilesCompleted(); });
+    });
 }
 
 void AppFileFinder::runLeftoverFiles(const std::vector<CaseInsensitiveString>& ids) {
     for (const auto& leftover : ids) {
         if (FileFinderContext::currentIsInterrupted())
-            return;
+            break;
         CaseInsensitiveString organization(
             PublicSuffixList::shared().organization(leftover.origin()).value_or(""));
         auto nodes = index_.matcherIDs(leftover.origin());
@@ -388,8 +407,6 @@ void AppFileFinder::runLeftoverFiles(const std::vector<CaseInsensitiveString>& i
             target.leftoverFilesFound(leftover, files);
         });
     }
-    onMain<LeftoverFileFinderDelegate>(leftoverDelegate,
-                                       [](auto& target) { target.leftoverFilesCompleted(); });
 }
 
 } // namespace core

@@ -3,7 +3,9 @@
 #include "Core/foundation/CaseInsensitiveString.h"
 #include "Core/platform/FolderReader.h"
 #include "Core/platform/MetadataQuery.h"
+#include "Core/platform/Process.h"
 #include "Core/platform/SystemPaths.h"
+#include "Core/platform/Text.h"
 
 #include <algorithm>
 #include <set>
@@ -16,6 +18,11 @@ constexpr int folderWalkDepth = 3;
 bool hasAppExtension(const std::string& name) {
     return name.size() > 4 &&
            CaseInsensitiveString(name.substr(name.size() - 4)) == CaseInsensitiveString(".app");
+}
+
+std::string trimmed(const std::string& text) {
+    auto first = text.find_first_not_of(" \t\r");
+    return first == std::string::npos ? "" : text.substr(first, text.find_last_not_of(" \t\r") - first + 1);
 }
 
 std::vector<std::string> applicationFolders() {
@@ -80,6 +87,21 @@ std::vector<URL> applicationURLs(const std::vector<URL>& excluding) {
     for (const auto& folder : applicationFolders())
         walkFolder(folder, folderWalkDepth, found);
     return without(found, excluding);
+}
+
+std::vector<std::string> registeredApplicationIDs() {
+    TaskStatus status;
+    std::string dump = taskSyncRunner(launchServicesRegister, {"-dump", "BundleIDBinding"}, status);
+    std::vector<std::string> ids;
+    if (!status.succeeded())
+        return ids;
+    for (const auto& line : splitDroppingEmpty(dump, '\n')) {
+        auto separator = line.find(": ");
+        std::string id = separator == std::string::npos ? "" : trimmed(line.substr(separator + 2));
+        if (!id.empty())
+            ids.push_back(std::move(id));
+    }
+    return ids;
 }
 
 bool passesApplicationPathFilter(const std::string& path) {

@@ -28,12 +28,12 @@ AppBundles findInstalledBundles(const AppBundleLoader& loader, const InstalledBu
     for (const auto& url : filteredApplicationURLs({})) {
         if (!underAnyRoot(url.path(), filter.roots) ||
             (!filter.excludedFolder.empty() && isSameOrInside(url.path(), filter.excludedFolder)) ||
-            rootless(url) ||
+            (filter.dropsSystemBundles && rootless(url)) ||
             std::find(filter.excludedURLs.begin(), filter.excludedURLs.end(), url) !=
                 filter.excludedURLs.end())
             continue;
         auto bundle = loader.load(url);
-        if (!bundle || isSkippedSystemBundle(bundle->bundleID().origin()))
+        if (!bundle || (filter.dropsSystemBundles && isSkippedSystemBundle(bundle->bundleID().origin())))
             continue;
         const auto& excludedIDs = filter.excludedIDs;
         if (std::any_of(excludedIDs.begin(), excludedIDs.end(),

@@ -21,12 +21,13 @@ struct InstalledBundleFilter {
     std::string excludedFolder;
     std::vector<URL> excludedURLs;
     std::vector<std::string> excludedIDs;
+    // Leaves out system applications (under integrity protection) and the installer, automator and
+    // browser bundles the system keeps: they are offered to no one.
+    bool dropsSystemBundles = true;
 };
 
 // The installed application bundles that pass the filter, read and with their nested bundles
-// loaded, grouped by identifier. System applications (under integrity protection) stay out, and
-// so do the installer, automator and browser bundles the system keeps. `accepted` hears of each
-// bundle taken.
+// loaded, grouped by identifier. `accepted` hears of each bundle taken.
 AppBundles findInstalledBundles(const AppBundleLoader& loader, const InstalledBundleFilter& filter,
                                 const std::function<void(const AppBundle&)>& accepted = {});
 

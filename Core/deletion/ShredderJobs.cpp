@@ -13,10 +13,10 @@ bool executeShredderJobWith(const std::string& launchPath, const std::vector<std
         return false;
     auto withPath = arguments;
     withPath.push_back(*path);
-    int status = runCommand(launchPath, withPath);
-    if (status < 0)
+    auto status = runCommand(launchPath, withPath);
+    if (status.ending == TaskStatus::Ending::notStarted)
         analytics()->log("Error launching task: " + launchPath, 3);
-    return status == 0;
+    return status.succeeded();
 }
 
 bool UnlockFolder(const std::string& path) {

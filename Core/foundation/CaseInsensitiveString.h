@@ -38,6 +38,18 @@ private:
     std::string origin_;
 };
 
+// A piece of a text, in bytes of that text.
+struct TextRange {
+    std::size_t position = 0;
+    std::size_t length = 0;
+};
+
+// The first occurrence of `needle` in `text` at or after byte `from`, ignoring case. The range is
+// in `text` itself: folding may change a text's length ("İ" folds to three bytes from two), so a
+// position found in a folded copy would not fit the original.
+std::optional<TextRange> findIgnoringCase(const std::string& text, const std::string& needle,
+                                          std::size_t from = 0);
+
 } // namespace core
 
 template <> struct std::hash<core::CaseInsensitiveString> {

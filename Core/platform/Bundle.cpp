@@ -17,14 +17,20 @@ bool isDirectory(const std::string& path) {
 
 } // namespace
 
-std::optional<Bundle> Bundle::open(const std::string& path) {
-    if (!isDirectory(path))
-        return std::nullopt;
+std::optional<Bundle> Bundle::open(const std::string& path, PlistProblem* problem) {
+    PlistProblem why = PlistProblem::missing;
+    auto bundle = isDirectory(path) ? read(path, why) : std::nullopt;
+    if (problem)
+        *problem = why;
+    return bundle;
+}
+
+std::optional<Bundle> Bundle::read(const std::string& path, PlistProblem& problem) {
     Bundle bundle;
     bundle.path_ = path;
-    auto info = readPlistContent(path + "/Contents/Info.plist");
-    if (!info) {
-        info = readPlistContent(path + "/Info.plist");
+    auto info = readPlistContent(path + "/Contents/Info.plist", &problem);
+    if (!info && !isRefusal(problem)) {
+        info = readPlistContent(path + "/Info.plist", &problem);
         bundle.flat_ = true;
     }
     if (!info)

@@ -13,8 +13,9 @@ namespace core {
 
 class Bundle {
 public:
-    // Absent when the folder holds no information dictionary.
-    static std::optional<Bundle> open(const std::string& path);
+    // Absent when the folder holds no information dictionary; `problem`, if given, says why. A
+    // dictionary refused for its size or depth is not replaced by one at the top of the folder.
+    static std::optional<Bundle> open(const std::string& path, PlistProblem* problem = nullptr);
 
     const std::string& path() const { return path_; }
     const PlistDictionary& infoDictionary() const { return info_; }
@@ -24,6 +25,8 @@ public:
     std::optional<std::string> executablePath() const;
 
 private:
+    static std::optional<Bundle> read(const std::string& path, PlistProblem& problem);
+
     std::string path_;
     PlistDictionary info_;
     bool flat_ = false;

@@ -36,12 +36,24 @@ std::optional<pid_t> spawnChild(const std::string& command, const std::vector<st
     return child;
 }
 
-int waitForExit(pid_t child) {
-    int status = 0;
-    while (::waitpid(child, &status, 0) < 0)
-        if (errno != EINTR)
-            return -1;
-    return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+TaskStatus endingOf(int waitStatus) {
+    TaskStatus status;
+    if (WIFEXITED(waitStatus)) {
+        status.ending = TaskStatus::Ending::exited;
+        status.code = WEXITSTATUS(waitStatus);
+    } else if (WIFSIGNALED(waitStatus)) {
+        status.ending = TaskStatus::Ending::signalled;
+        status.code = WTERMSIG(waitStatus);
+    }
+    return status;
+}
+
+TaskStatus waitForExit(pid_t child) {
+    int waitStatus = 0;
+    pid_t waited = 0;
+    while ((waited = ::waitpid(child, &waitStatus, 0)) < 0 && errno == EINTR) {
+    }
+    return waited == child ? endingOf(waitStatus) : TaskStatus();
 }
 
 } // namespace
@@ -66,6 +78,13 @@ void CommandTable::setReplacement(const std::string& command, std::string progra
 }
 
 std::string taskSyncRunner(const std::string& command, const std::vector<std::string>& args) {
+    TaskStatus ignored;
+    return taskSyncRunner(command, args, ignored);
+}
+
+std::string taskSyncRunner(const std::string& command, const std::vector<std::string>& args,
+                           TaskStatus& status) {
+    status = TaskStatus();
     int pipeEnds[2];
     if (::pipe2(pipeEnds, O_CLOEXEC) != 0)
         return {};
@@ -85,15 +104,16 @@ std::string taskSyncRunner(const std::string& command, const std::vector<std::st
                 break;
             output.append(buffer, static_cast<std::size_t>(got));
         }
-        waitForExit(*child);
+        status = waitForExit(*child);
     }
     ::close(pipeEnds[0]);
-    return isValidUtf8(output) ? output : std::string();
+    status.outputIsText = isValidUtf8(output);
+    return status.outputIsText ? output : std::string();
 }
 
-int runCommand(const std::string& command, const std::vector<std::string>& args) {
+TaskStatus runCommand(const std::string& command, const std::vector<std::string>& args) {
     auto child = spawnChild(command, args, nullptr);
-    return child ? waitForExit(*child) : -1;
+    return child ? waitForExit(*child) : TaskStatus();
 }
 
 bool launchCommand(const std::string& command, const std::vector<std::string>& args) {

@@ -21,13 +21,27 @@ public:
     void setReplacement(const std::string& command, std::string program);
 };
 
-// The standard output of the command, as text; empty when it cannot be started or prints no valid
-// UTF-8.
-std::string taskSyncRunner(const std::string& command, const std::vector<std::string>& args);
+// How a command ended. Its output alone cannot tell a command that printed nothing from one that
+// never started or failed.
+struct TaskStatus {
+    enum class Ending { notStarted, exited, signalled };
+    Ending ending = Ending::notStarted;
+    // The exit status, or the number of the signal that ended it.
+    int code = 0;
+    // False when the output was dropped for not being UTF-8.
+    bool outputIsText = true;
 
-// Runs the command and waits for it to end: its exit status (128 and the signal's number when a
-// signal ended it), or -1 when it could not be started.
-int runCommand(const std::string& command, const std::vector<std::string>& args);
+    bool succeeded() const { return ending == Ending::exited && code == 0 && outputIsText; }
+};
+
+// The standard output of the command, as text; empty when it cannot be started or prints no valid
+// UTF-8. The second form also says how the command ended.
+std::string taskSyncRunner(const std::string& command, const std::vector<std::string>& args);
+std::string taskSyncRunner(const std::string& command, const std::vector<std::string>& args,
+                           TaskStatus& status);
+
+// Runs the command and waits for it to end.
+TaskStatus runCommand(const std::string& command, const std::vector<std::string>& args);
 
 // Starts the command without waiting for it; it is reaped in the background when it ends. False
 // when it could not be started.

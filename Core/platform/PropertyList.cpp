@@ -1,8 +1,8 @@
 #include "Core/platform/PropertyList.h"
 
-#include "Core/platform/FileInfo.h"
-
 #include <cstdlib>
+#include <filesystem>
+#include <fstream>
 #include <memory>
 #include <plist/plist.h>
 
@@ -19,81 +19,164 @@ std::string takeString(char* text) {
     return value;
 }
 
-PlistValue convert(plist_t node) {
-    PlistValue converted;
+bool convertArray(plist_t node, int depth, PlistValue& converted);
+bool convertDictionary(plist_t node, int depth, PlistValue& converted);
+
+// False when the list nests deeper than the cap; the recursion is bounded by it.
+bool convert(plist_t node, int depth, PlistValue& converted) {
     switch (plist_get_node_type(node)) {
     case PLIST_STRING: {
         char* text = nullptr;
         plist_get_string_val(node, &text);
         converted.value = takeString(text);
-        break;
+        return true;
     }
     case PLIST_UINT: {
         std::uint64_t number = 0;
         plist_get_uint_val(node, &number);
         converted.value = static_cast<std::int64_t>(number);
-        break;
+        return true;
     }
     case PLIST_REAL: {
         double number = 0;
         plist_get_real_val(node, &number);
         converted.value = number;
-        break;
+        return true;
     }
     case PLIST_BOOLEAN: {
         std::uint8_t flag = 0;
         plist_get_bool_val(node, &flag);
         converted.value = flag != 0;
-        break;
+        return true;
     }
-    case PLIST_ARRAY: {
-        PlistArray items;
-        for (std::uint32_t i = 0; i < plist_array_get_size(node); ++i)
-            items.push_back(convert(plist_array_get_item(node, i)));
-        converted.value = std::move(items);
-        break;
-    }
-    case PLIST_DICT: {
-        PlistDictionary entries;
-        plist_dict_iter iterator = nullptr;
-        plist_dict_new_iter(node, &iterator);
-        for (;;) {
-            char* key = nullptr;
-            plist_t value = nullptr;
-            plist_dict_next_item(node, iterator, &key, &value);
-            if (!key)
-                break;
-            entries.emplace(takeString(key), convert(value));
-        }
-        std::free(iterator);
-        converted.value = std::move(entries);
-        break;
-    }
+    case PLIST_ARRAY:
+        return depth < maximumPlistDepth && convertArray(node, depth + 1, converted);
+    case PLIST_DICT:
+        return depth < maximumPlistDepth && convertDictionary(node, depth + 1, converted);
     default:
-        break;
+        return true;
     }
+}
+
+bool convertArray(plist_t node, int depth, PlistValue& converted) {
+    PlistArray items(plist_array_get_size(node));
+    for (std::uint32_t i = 0; i < items.size(); ++i)
+        if (!convert(plist_array_get_item(node, i), depth, items[i]))
+            return false;
+    converted.value = std::move(items);
+    return true;
+}
+
+bool convertDictionary(plist_t node, int depth, PlistValue& converted) {
+    PlistDictionary entries;
+    plist_dict_iter iterator = nullptr;
+    plist_dict_new_iter(node, &iterator);
+    bool complete = true;
+    while (complete) {
+        char* key = nullptr;
+        plist_t value = nullptr;
+        plist_dict_next_item(node, iterator, &key, &value);
+        if (!key)
+            break;
+        complete = convert(value, depth, entries[takeString(key)]);
+    }
+    std::free(iterator);
+    converted.value = std::move(entries);
+    return complete;
+}
+
+// The bytes of a regular file no larger than the cap; a larger one is refused before it is read.
+std::optional<std::string> readBoundedFile(const std::string& path, PlistProblem& problem) {
+    auto refuse = [&](PlistProblem why) {
+        problem = why;
+        return std::optional<std::string>();
+    };
+    std::error_code error;
+    if (!std::filesystem::is_regular_file(path, error))
+        return refuse(PlistProblem::missing);
+    auto length = std::filesystem::file_size(path, error);
+    if (error)
+        return refuse(PlistProblem::missing);
+    if (length > maximumPlistBytes)
+        return refuse(PlistProblem::tooLarge);
+    std::ifstream in(path, std::ios::binary);
+    if (!in)
+        return refuse(PlistProblem::missing);
+    // One byte more than the length tells a file that grew since its length was read.
+    std::string bytes(static_cast<std::size_t>(length) + 1, '\0');
+    in.read(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+    bytes.resize(static_cast<std::size_t>(in.gcount()));
+    if (bytes.size() > maximumPlistBytes)
+        return refuse(PlistProblem::tooLarge);
+    return bytes;
+}
+
+std::optional<PlistValue> parse(const std::string& bytes, PlistProblem& problem) {
+    if (bytes.size() > maximumPlistBytes) {
+        problem = PlistProblem::tooLarge;
+        return std::nullopt;
+    }
+    plist_t root = nullptr;
+    if (!bytes.empty())
+        plist_from_memory(bytes.data(), static_cast<std::uint32_t>(bytes.size()), &root);
+    std::unique_ptr<void, PlistFree> owned(root);
+    PlistValue converted;
+    if (!root)
+        problem = PlistProblem::malformed;
+    else if (!convert(root, 0, converted))
+        problem = PlistProblem::tooDeep;
+    if (problem != PlistProblem::none)
+        return std::nullopt;
     return converted;
+}
+
+// Runs `read`, handing the caller the problem it met if the caller asked for it.
+template <class Read> auto reporting(PlistProblem* problem, Read read) {
+    PlistProblem why = PlistProblem::none;
+    auto result = read(why);
+    if (problem)
+        *problem = why;
+    return result;
 }
 
 } // namespace
 
-std::optional<PlistValue> parsePropertyList(const std::string& bytes) {
-    if (bytes.empty())
-        return std::nullopt;
-    plist_t root = nullptr;
-    plist_from_memory(bytes.data(), static_cast<std::uint32_t>(bytes.size()), &root);
-    if (!root)
-        return std::nullopt;
-    std::unique_ptr<void, PlistFree> owned(root);
-    return convert(root);
+std::optional<PlistValue> parsePropertyList(const std::string& bytes, PlistProblem* problem) {
+    return reporting(problem, [&](PlistProblem& why) { return parse(bytes, why); });
 }
 
-std::optional<PlistDictionary> readPlistContent(const std::string& path) {
-    auto bytes = readFileContents(path);
-    auto parsed = bytes ? parsePropertyList(*bytes) : std::nullopt;
-    if (!parsed || !parsed->dictionary())
-        return std::nullopt;
-    return *parsed->dictionary();
+std::optional<PlistDictionary> readPlistContent(const std::string& path, PlistProblem* problem) {
+    return reporting(problem, [&](PlistProblem& why) -> std::optional<PlistDictionary> {
+        auto bytes = readBoundedFile(path, why);
+        auto parsed = bytes ? parse(*bytes, why) : std::nullopt;
+        if (parsed && !parsed->dictionary())
+            why = PlistProblem::notDictionary;
+        if (why != PlistProblem::none)
+            return std::nullopt;
+        return std::get<PlistDictionary>(std::move(parsed->value));
+    });
+}
+
+bool isRefusal(PlistProblem problem) {
+    return problem == PlistProblem::tooLarge || problem == PlistProblem::tooDeep;
+}
+
+const char* describe(PlistProblem problem) {
+    switch (problem) {
+    case PlistProblem::none:
+        return "read";
+    case PlistProblem::missing:
+        return "no readable file";
+    case PlistProblem::tooLarge:
+        return "property list larger than the cap";
+    case PlistProblem::tooDeep:
+        return "property list nested deeper than the cap";
+    case PlistProblem::malformed:
+        return "no property list";
+    case PlistProblem::notDictionary:
+        return "property list without a dictionary at its top";
+    }
+    return "unknown";
 }
 
 std::optional<std::string> stringValue(const PlistDictionary& dictionary, const std::string& key) {

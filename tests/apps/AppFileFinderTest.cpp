@@ -1,5 +1,6 @@
 #include "Core/apps/AppFileFinder.h"
 #include "Core/apps/AppJunkFinder.h"
+#include "Core/apps/ApplicationList.h"
 
 #include "tests/support/AppFixtures.h"
 #include "tests/support/RecordingAnalytics.h"
@@ -10,6 +11,7 @@
 #include <fstream>
 #include <map>
 #include <set>
+#include <sys/xattr.h>
 
 using namespace core;
 using namespace core::testing;
@@ -38,6 +40,10 @@ com.example.suite:
   organization: Example Corp
   support:
     support: [Lib/Application Support/Example Shared]
+com.a.main:
+  ids: [com.c.helper]
+com.b.main:
+  ids: [com.c.helper]
 com.apple.dt.Xcode:
   caches:
     cache: [Lib/Developer/Xcode/DerivedData]
@@ -84,7 +90,8 @@ public:
         return finished;
     }
 
-    std::set<std::string> found, absorbed, leftovers;
+    std::set<std::string> found, leftovers;
+    std::multiset<std::string> absorbed;
     AppBundles apps;
     std::map<std::string, AppFileSet> files;
     std::map<std::string, std::vector<AppFile>> leftoverFiles, appJunk, orphanJunk, extraJunk;
@@ -142,7 +149,7 @@ TEST_F(AppScanTest, AnApplicationNamedInAnotherRulesIdsIsAbsorbed) {
     auto apps = scanApps();
     EXPECT_EQ(recorder->found,
               (std::set<std::string>{"com.example.suite", "com.example.companion", "org.other.tool"}));
-    EXPECT_EQ(recorder->absorbed, (std::set<std::string>{"com.example.companion"}));
+    EXPECT_EQ(recorder->absorbed, (std::multiset<std::string>{"com.example.companion"}));
     EXPECT_EQ(apps.size(), 2u);
     EXPECT_EQ(apps.at("com.example.suite").size(), 2u);
 
@@ -152,6 +159,21 @@ TEST_F(AppScanTest, AnApplicationNamedInAnotherRulesIdsIsAbsorbed) {
     EXPECT_EQ(suite.apps.size(), 2u);
     EXPECT_EQ(filesOf("com.example.suite")[root.at("Applications/Companion.app")],
               "support com.example.suite");
+}
+
+TEST_F(AppScanTest, ASubApplicationListedByTwoApplicationsIsPartOfBoth) {
+    writeBundle(root, "Applications/A.app", "com.a.main", "A");
+    writeBundle(root, "Applications/B.app", "com.b.main", "B");
+    writeBundle(root, "Applications/C.app", "com.c.helper", "C");
+    auto apps = scanApps();
+    EXPECT_EQ(recorder->absorbed, (std::multiset<std::string>{"com.c.helper", "com.c.helper"}));
+    EXPECT_EQ(apps.size(), 2u);
+    EXPECT_FALSE(apps.count("com.c.helper"));
+
+    finder->startScanAppFiles(apps);
+    ASSERT_TRUE(recorder->wait());
+    EXPECT_EQ(filesOf("com.a.main")[root.at("Applications/C.app")], "support com.a.main");
+    EXPECT_EQ(filesOf("com.b.main")[root.at("Applications/C.app")], "support com.b.main");
 }
 
 TEST_F(AppScanTest, FilesAreOwnedByIdentifierNameOrOrganisation) {
@@ -234,6 +256,58 @@ TEST_F(AppScanTest, LeftoversAreWhatNoInstalledApplicationExplains) {
                   {"~/Library/Preferences/org.acme.one.plist", "preference org.acme.one"}}));
     // What the installed application took is not offered again.
     EXPECT_TRUE(recorder->leftoverFiles["com.example.app"].empty());
+}
+
+TEST_F(AppScanTest, EveryInstalledBundleExplainsLeftoversEvenThoseNoScanOffers) {
+    auto protectedApp = writeBundle(root, "Applications/Guard.app", "com.vendor.guard", "Guard");
+    ASSERT_EQ(::setxattr(protectedApp.c_str(), "user.com.apple.rootless", "", 0, 0), 0);
+    writeBundle(root, "Applications/Installer.app", "com.sogou.SogouInstaller", "Installer");
+    writeBundle(home, "Library/Bundled/Hidden.app", "com.hidden.inlibrary", "Hidden");
+    home.folder("Library/Containers/com.vendor.guard");
+    home.folder("Library/Containers/com.sogou.SogouInstaller.agent");
+    home.folder("Library/Containers/com.hidden.inlibrary");
+    home.folder("Library/Containers/com.registered.only");
+    ScopedCommand registered(
+        launchServicesRegister,
+        writeScript(home, "lsregister", "printf 'bundle id:  com.registered.only\\nno identifier here\\n'"));
+    finder->startScanLeftoversList();
+    ASSERT_TRUE(recorder->wait());
+    // The application scan offers neither the protected bundle nor the installer, yet both are
+    // installed; a bundle in the user's Library is not.
+    EXPECT_EQ(recorder->leftovers, (std::set<std::string>{"com.hidden.inlibrary"}));
+}
+
+TEST_F(AppScanTest, OnlyTheLeadingGroupPrefixIsDropped) {
+    writeBundle(root, "Applications/Mine.app", "com.mygroup.app", "Mine");
+    home.folder("Library/Containers/group.com.mygroup.app");
+    home.folder("Library/Containers/GROUP.org.thegroup.gone");
+    home.folder(
+        "Library/Containers/group.\u0130\u0130\u0130\u0130\u0130\u0130\u0130\u0130\u0130\u0130group.x");
+    home.folder("Library/Containers/ABCDE12345.group.org.team.gone");
+    scanApps();
+    finder->startScanLeftoversList();
+    ASSERT_TRUE(recorder->wait());
+    EXPECT_EQ(recorder->leftovers,
+              (std::set<std::string>{"org.thegroup.gone", "org.team.gone",
+                                     "\u0130\u0130\u0130\u0130\u0130\u0130\u0130\u0130\u0130\u0130group.x"}));
+
+    finder->startScanLeftoverFiles(
+        {CaseInsensitiveString("com.myapp"), CaseInsensitiveString("com.mygroup.app")});
+    ASSERT_TRUE(recorder->wait());
+    EXPECT_TRUE(recorder->leftoverFiles["com.myapp"].empty());
+}
+
+TEST_F(AppScanTest, LeftoverFilesCompleteAfterAStop) {
+    for (const auto* id : {"org.gone.one", "org.gone.two", "org.gone.three"})
+        home.file(std::string("Library/Caches/") + id + "/data", 100);
+    finder->startScanLeftoverFiles({"org.gone.one", "org.gone.two", "org.gone.three"});
+    finder->stop();
+    EXPECT_TRUE(recorder->wait());
+
+    // A later scan runs in full.
+    finder->startScanLeftoverFiles({"org.gone.one", "org.gone.two", "org.gone.three"});
+    ASSERT_TRUE(recorder->wait());
+    EXPECT_EQ(recorder->leftoverFiles.size(), 3u);
 }
 
 TEST(SimilarIDs, AgreementFromTheStartDecides) {

@@ -7,6 +7,7 @@
 
 #include <gtest/gtest.h>
 
+#include <csignal>
 #include <fstream>
 #include <sys/xattr.h>
 #include <unistd.h>
@@ -147,6 +148,43 @@ TEST(TaskSyncRunner, ReadsTheOutputOfARealChild) {
     EXPECT_EQ(taskSyncRunner("/usr/bin/mdfind", {"kMDItemContentType"}), "kMDItemContentType\n");
     CommandTable::shared().setReplacement("/usr/bin/mdfind", "");
     EXPECT_EQ(taskSyncRunner("/bin/sh", {"-c", "printf '\\377\\376'"}), "");
+}
+
+TEST(TaskSyncRunner, SaysHowTheCommandEnded) {
+    TaskStatus status;
+    EXPECT_EQ(taskSyncRunner("/bin/sh", {"-c", "printf ok"}, status), "ok");
+    EXPECT_TRUE(status.succeeded());
+
+    EXPECT_EQ(taskSyncRunner("/nonexistent/tool", {}, status), "");
+    EXPECT_EQ(status.ending, TaskStatus::Ending::notStarted);
+
+    EXPECT_EQ(taskSyncRunner("/bin/sh", {"-c", "printf partial; exit 3"}, status), "partial");
+    EXPECT_EQ(status.ending, TaskStatus::Ending::exited);
+    EXPECT_EQ(status.code, 3);
+    EXPECT_FALSE(status.succeeded());
+
+    EXPECT_EQ(taskSyncRunner("/bin/sh", {"-c", "kill -TERM $$"}, status), "");
+    EXPECT_EQ(status.ending, TaskStatus::Ending::signalled);
+    EXPECT_EQ(status.code, SIGTERM);
+
+    EXPECT_EQ(taskSyncRunner("/bin/sh", {"-c", "printf '\\377'"}, status), "");
+    EXPECT_EQ(status.ending, TaskStatus::Ending::exited);
+    EXPECT_FALSE(status.outputIsText);
+    EXPECT_FALSE(status.succeeded());
+}
+
+TEST(RegisteredApplications, ComeFromTheRegisterDumpOnlyWhenItSucceeds) {
+    TempTree tools;
+    EXPECT_TRUE(registeredApplicationIDs().empty());
+    {
+        ScopedCommand dump(
+            launchServicesRegister,
+            writeScript(tools, "dump", "printf 'id: com.one\\n\\nplain line\\nid:  com.two \\n'"));
+        EXPECT_EQ(registeredApplicationIDs(), (std::vector<std::string>{"com.one", "com.two"}));
+    }
+    ScopedCommand failing(launchServicesRegister,
+                          writeScript(tools, "fail", "printf 'id: com.one\\n'; exit 1"));
+    EXPECT_TRUE(registeredApplicationIDs().empty());
 }
 
 } // namespace
