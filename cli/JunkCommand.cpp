@@ -88,7 +88,6 @@ public:
         mailDownloads;
     std::vector<core::MacAppJunkFile> appJunk, appExtraJunk;
     std::vector<core::AppJunkFile> orphanJunk;
-    // These two may come on the scan's own queue.
     std::atomic<bool> screenshotsSkipped{false};
     std::atomic<bool> completed{false};
 
