@@ -91,7 +91,6 @@ public:
         mailDownloads;
     std::vector<core::MacAppJunkFile> appJunk, appExtraJunk;
     std::vector<core::AppJunkFile> orphanJunk;
-    // May come on the scan's own queue.
     std::atomic<bool> screenshotsSkipped{false};
     ScanCompletion completion;
 

@@ -13,20 +13,15 @@
 namespace tidewell {
 namespace {
 
-// Hears the finder on its own queue and hands everything to the main queue, where the host
-// prints.
+// Gathers what the finder reports, on the main queue, and drives the progress line.
 class LargeFileReport final : public core::LargeFileFinderDelegate {
 public:
     explicit LargeFileReport(bool quiet) : progress(quiet) {}
 
-    void largeFileScanning(const core::URL& url) override {
-        core::DispatchQueue::main()->async([this, path = url.path()] { progress.setCurrent(path); });
-    }
+    void largeFileScanning(const core::URL& url) override { progress.setCurrent(url.path()); }
     void largeFilesFound(const std::vector<core::File>& found) override {
-        core::DispatchQueue::main()->async([this, found] {
-            files = found;
-            completion.mark();
-        });
+        files = found;
+        completion.mark();
     }
 
     ProgressLine progress;

@@ -191,18 +191,6 @@ void AppFileFinder::run(std::function<void(AppFileFinder&)> job) {
     });
 }
 
-namespace {
-
-template <class Delegate>
-void onMain(const std::weak_ptr<Delegate>& delegate, std::function<void(Delegate&)> call) {
-    DispatchQueue::main()->async([delegate, call = std::move(call)] {
-        if (auto target = delegate.lock())
-            call(*target);
-    });
-}
-
-} // namespace
-
 void AppFileFinder::scan() {
     finder_.clearCache();
     bundleLoader_.uuidMapper->clear();
@@ -216,9 +204,9 @@ void AppFileFinder::runScan() {
     InstalledBundleFilter filter{{paths.resolve("/Applications"), paths.home()}, {}, excludeAppUrls, {}};
     auto apps = findInstalledBundles(bundleLoader_, filter, [&](const AppBundle& bundle) {
         lastURL.insert_or_assign(bundle.bundleID(), bundle.url());
-        onMain<AppFileFinderDelegate>(delegate, [id = bundle.bundleID(), url = bundle.url()](auto& target) {
-            target.appFound(id, url);
-        });
+        postToDelegate(
+            weak_from_this(), delegate,
+            [id = bundle.bundleID(), url = bundle.url()](auto& target) { target.appFound(id, url); });
     });
     subApps_.clear();
     // A sub-application that several main applications list is part of each of them: each hears of
@@ -230,8 +218,8 @@ void AppFileFinder::runScan() {
             if (other == id || !apps.count(other))
                 continue;
             absorbed.insert(other);
-            onMain<AppFileFinderDelegate>(delegate,
-                                          [other](auto& target) { target.deleteSubAppFound(other); });
+            postToDelegate(weak_from_this(), delegate,
+                           [other](auto& target) { target.deleteSubAppFound(other); });
             if (auto url = lastURL.find(other); url != lastURL.end())
                 subApps_[id].push_back(recordOf(url->second.path(), addedRecordPriority,
                                                 AppFileKind::Tag::support,
@@ -240,7 +228,7 @@ void AppFileFinder::runScan() {
     }
     for (const auto& id : absorbed)
         apps.erase(id);
-    onMain<AppFileFinderDelegate>(delegate, [apps](auto& target) { target.appsFound(apps); });
+    postToDelegate(weak_from_this(), delegate, [apps](auto& target) { target.appsFound(apps); });
 }
 
 void AppFileFinder::startScanAppFiles(const AppBundles& apps) {
@@ -283,8 +271,8 @@ void AppFileFinder::runScanAppFiles(const AppBundles& apps) {
         else
             sizing->async(std::move(sizeAndReport));
     }
-    sizing->asyncBarrier([weakDelegate = delegate] {
-        onMain<AppFileFinderDelegate>(weakDelegate, [](auto& target) { target.scanAppsCompleted(); });
+    sizing->asyncBarrier([weakSelf = weak_from_this(), weakDelegate = delegate] {
+        postToDelegate(weakSelf, weakDelegate, [](auto& target) { target.scanAppsCompleted(); });
     });
 }
 
@@ -329,11 +317,10 @@ void AppFileFinder::runLeftoversList() {
                                     [&](const auto& other) { return CaseInsensitiveString(other) == id; });
         if (excluded || isKnown(id, installed))
             continue;
-        onMain<LeftoverFileFinderDelegate>(leftoverDelegate,
-                                           [id](auto& target) { target.leftoverIDFound(id); });
+        postToDelegate(weak_from_this(), leftoverDelegate,
+                       [id](auto& target) { target.leftoverIDFound(id); });
     }
-    onMain<LeftoverFileFinderDelegate>(leftoverDelegate,
-                                       [](auto& target) { target.leftoversListCompleted(); });
+    postToDelegate(weak_from_this(), leftoverDelegate, [](auto& target) { target.leftoversListCompleted(); });
 }
 
 AppFileInfos AppFileFinder::harvest(std::unordered_set<CaseInsensitiveString>& ids) const {
@@ -375,8 +362,7 @@ void AppFileFinder::startScanLeftoverFiles(const std::vector<CaseInsensitiveStri
     // Queued apart from the context, so that it comes after a stop too, once the walks have ended.
     workQueue_->async([weakSelf = weak_from_this()] {
         if (auto self = weakSelf.lock())
-            onMain<LeftoverFileFinderDelegate>(self->leftoverDelegate,
-                                               [](auto& target) { target.leftoverFilesCompleted(); });
+            postToDelegate(weakSelf, self->leftoverDelegate, [](auto& target) { target.leftoverFilesCompleted(); });
     });
 }
 
@@ -403,9 +389,8 @@ void AppFileFinder::runLeftoverFiles(const std::vector<CaseInsensitiveString>& i
             if (predicted.owner.id() == leftover && !holdsURL(records, predicted.file->url))
                 records.push_back(predicted);
         auto files = FileFinder::appFiles(records);
-        onMain<LeftoverFileFinderDelegate>(leftoverDelegate, [leftover, files](auto& target) {
-            target.leftoverFilesFound(leftover, files);
-        });
+        postToDelegate(weak_from_this(), leftoverDelegate,
+                       [leftover, files](auto& target) { target.leftoverFilesFound(leftover, files); });
     }
 }
 

@@ -56,21 +56,23 @@ std::shared_ptr<AppJunkFinder> AppJunkFinder::make(const RuleManager& rules, con
 
 void AppJunkFinder::start(const AppJunkOptions& options) {
     std::weak_ptr<AppJunkFinder> weakSelf = weak_from_this();
-    context = FileFinderContext::make([weakSelf](URL url) {
+    context_ = FileFinderContext::make([weakSelf](URL url) {
         if (auto self = weakSelf.lock())
             if (auto target = self->delegate.lock())
                 target->appJunkScanningFile(url);
     });
+    // The stage continues the junk scan, and its queue carries the junk scan's label.
     auto queue = DispatchQueue::makeSerial("start(config:)", QualityOfService::userInitiated);
-    context->async(queue, [weakSelf, options] {
+    context_->async(queue, [weakSelf, options] {
         if (auto self = weakSelf.lock())
             self->run(options);
     });
 }
 
 void AppJunkFinder::stop() {
-    if (context)
-        context->interrupt();
+    if (context_)
+        context_->interrupt();
+    context_.reset();
 }
 
 void AppJunkFinder::run(const AppJunkOptions& options) {
@@ -88,13 +90,6 @@ void AppJunkFinder::run(const AppJunkOptions& options) {
 
     JunkExclusions exclusions(exclubeFilesUrls);
     FileFinder finder(*index_);
-    auto report = [this](std::function<void(AppJunkFinderDelegate&)> call) {
-        DispatchQueue::main()->async([weakSelf = weak_from_this(), call = std::move(call)] {
-            if (auto self = weakSelf.lock())
-                if (auto target = self->delegate.lock())
-                    call(*target);
-        });
-    };
     auto progress = [this](double value) {
         if (auto target = delegate.lock())
             target->appJunkProgressChanged(value);
@@ -142,11 +137,11 @@ void AppJunkFinder::run(const AppJunkOptions& options) {
 }
 
 void AppJunkFinder::finish() {
-    DispatchQueue::main()->async([weakSelf = weak_from_this()] {
-        if (auto self = weakSelf.lock())
-            if (auto target = self->delegate.lock())
-                target->appJunkScanCompleted();
-    });
+    report([](AppJunkFinderDelegate& target) { target.appJunkScanCompleted(); });
+}
+
+void AppJunkFinder::report(std::function<void(AppJunkFinderDelegate&)> call) {
+    postToDelegate(weak_from_this(), delegate, std::move(call));
 }
 
 } // namespace core

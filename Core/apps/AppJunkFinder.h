@@ -3,8 +3,8 @@
 // the junk scan that started it.
 //
 // Threading: start() and stop() from the caller's thread; the work runs on a serial queue of its
-// own; delegate calls for finds and the completion come on the main queue, progress and the
-// current file on the work queue.
+// own; delegate calls for finds and the completion come on the main queue (postToDelegate),
+// progress on the work queue and the current file on the main queue.
 #pragma once
 
 #include "Core/apps/InstalledApps.h"
@@ -48,10 +48,10 @@ public:
     static std::shared_ptr<AppJunkFinder> make(const RuleManager& rules, const AppFileRule& index);
 
     void start(const AppJunkOptions& options);
+    // Interrupts the running scan and lets go of its context; the completion still comes.
     void stop();
 
     std::weak_ptr<AppJunkFinderDelegate> delegate;
-    std::shared_ptr<FileFinderContext> context;
     std::vector<URL> exclubeFilesUrls;
     std::vector<URL> exclubeAppUrls;
     std::vector<std::string> exclubeAppIds;
@@ -60,10 +60,12 @@ private:
     AppJunkFinder(const RuleManager* rules, const AppFileRule* index) : rules_(rules), index_(index) {}
     void run(const AppJunkOptions& options);
     void finish();
+    void report(std::function<void(AppJunkFinderDelegate&)> call);
 
     // Null until the first start, for the process-wide ones.
     const RuleManager* rules_;
     const AppFileRule* index_;
+    std::shared_ptr<FileFinderContext> context_;
 };
 
 } // namespace core

@@ -60,11 +60,7 @@ void DuplicateFileFinder::current(const URL& url) {
 }
 
 void DuplicateFileFinder::notify(std::function<void(DuplicateFileFinderDelegate&)> call) {
-    DispatchQueue::main()->async([weakSelf = weak_from_this(), call = std::move(call)] {
-        if (auto self = weakSelf.lock())
-            if (auto target = self->delegate.lock())
-                call(*target);
-    });
+    postToDelegate(weak_from_this(), delegate, std::move(call));
 }
 
 } // namespace core

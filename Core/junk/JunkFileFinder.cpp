@@ -35,15 +35,15 @@ bool wantsApplicationStage(const JunkFileFinderConfig& config) {
 
 std::shared_ptr<JunkFileFinder> JunkFileFinder::make() {
     std::shared_ptr<JunkFileFinder> finder(new JunkFileFinder());
-    finder->appFileFinder_ = AppJunkFinder::make();
-    finder->appFileFinder_->delegate = finder;
+    finder->appJunkFinder_ = AppJunkFinder::make();
+    finder->appJunkFinder_->delegate = finder;
     return finder;
 }
 
 void JunkFileFinder::start(const JunkFileFinderConfig& config) {
-    appFileFinder_->exclubeFilesUrls = exclubeFilesUrls;
-    appFileFinder_->exclubeAppUrls = exclubeAppUrls;
-    appFileFinder_->exclubeAppIds = exclubeAppIds;
+    appJunkFinder_->exclubeFilesUrls = exclubeFilesUrls;
+    appJunkFinder_->exclubeAppUrls = exclubeAppUrls;
+    appJunkFinder_->exclubeAppIds = exclubeAppIds;
 
     std::weak_ptr<JunkFileFinder> weakSelf = weak_from_this();
     interrupter_ = FileFinderContext::make([weakSelf](URL url) {
@@ -68,10 +68,7 @@ void JunkFileFinder::stop() {
     if (interrupter_)
         interrupter_->interrupt();
     interrupter_.reset();
-    if (appFileFinder_->context) {
-        appFileFinder_->context->interrupt();
-        appFileFinder_->context.reset();
-    }
+    appJunkFinder_->stop();
 }
 
 void JunkFileFinder::runCategories(const std::shared_ptr<Scan>& scan) {
@@ -112,7 +109,7 @@ void JunkFileFinder::reportPurgeableSpace() {
 void JunkFileFinder::runScreenshotStep(const std::shared_ptr<Scan>& scan) {
     if (!scan->config.screenshotFiles) {
         scan->progress->nextPart();
-        notifyHere([](JunkFileFinderDelegate& target) { target.screenshotScanSkipped(); });
+        notify([](JunkFileFinderDelegate& target) { target.screenshotScanSkipped(); });
         runDiskImageStep(scan);
         return;
     }
@@ -162,17 +159,14 @@ void JunkFileFinder::runApplicationStage(const std::shared_ptr<Scan>& scan) {
     // with a fresh context.
     if (wantsApplicationStage(scan->config) && !scan->context->interrupted()) {
         const auto& config = scan->config;
-        appFileFinder_->start({config.appCaches, config.appLogs, config.xcode, config.internetCaches});
+        appJunkFinder_->start({config.appCaches, config.appLogs, config.xcode, config.internetCaches});
         return;
     }
-    notifyHere([](JunkFileFinderDelegate& target) { target.junkScanCompleted(); });
+    notify([](JunkFileFinderDelegate& target) { target.junkScanCompleted(); });
 }
 
 void JunkFileFinder::notify(std::function<void(JunkFileFinderDelegate&)> call) {
-    DispatchQueue::main()->async([weakSelf = weak_from_this(), call = std::move(call)] {
-        if (auto self = weakSelf.lock())
-            self->notifyHere(call);
-    });
+    postToDelegate(weak_from_this(), delegate, std::move(call));
 }
 
 void JunkFileFinder::notifyHere(const std::function<void(JunkFileFinderDelegate&)>& call) {

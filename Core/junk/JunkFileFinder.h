@@ -2,9 +2,8 @@
 // background queue and sends every find to a delegate on the main queue.
 //
 // Threading: start(), stop() and the public fields belong to the caller's thread. The categories
-// run on a serial queue made for each scan. Delegate calls come on the main queue, except
-// screenshotScanSkipped() and, when no application stage runs, junkScanCompleted(), which come on
-// the scan's queue.
+// run on a serial queue made for each scan. Every delegate call comes on the main queue, and
+// junkScanCompleted() comes after every find of its scan (see postToDelegate).
 #pragma once
 
 #include "Core/apps/AppJunkFinder.h"
@@ -69,7 +68,7 @@ public:
     std::vector<URL> exclubeAppUrls;
     std::vector<std::string> exclubeAppIds;
 
-    const std::shared_ptr<AppJunkFinder>& appFileFinder() const { return appFileFinder_; }
+    const std::shared_ptr<AppJunkFinder>& appJunkFinder() const { return appJunkFinder_; }
     // The running or last scan's progress; null before the first scan.
     const std::shared_ptr<Progress>& progress() const { return progress_; }
 
@@ -96,10 +95,10 @@ private:
     void runQuery(const std::shared_ptr<Scan>& scan, const QueryStarter& start, QueryCompletion completion);
     // Schedules a delegate call on the main queue; dropped if the finder or the delegate is gone.
     void notify(std::function<void(JunkFileFinderDelegate&)> call);
-    // Calls the delegate on the running thread.
+    // Calls the delegate on the running thread, for what already runs on the main queue.
     void notifyHere(const std::function<void(JunkFileFinderDelegate&)>& call);
 
-    std::shared_ptr<AppJunkFinder> appFileFinder_;
+    std::shared_ptr<AppJunkFinder> appJunkFinder_;
     std::shared_ptr<FileFinderContext> interrupter_;
     std::shared_ptr<Progress> progress_;
 };

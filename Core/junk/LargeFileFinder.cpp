@@ -48,8 +48,9 @@ void LargeFileFinder::didUpdate() {
     auto results = query_->results();
     if (results.empty())
         return;
-    if (auto target = delegate.lock())
-        target->largeFileScanning(URL::fileURL(results.back().path()));
+    notify([url = URL::fileURL(results.back().path())](LargeFileFinderDelegate& target) {
+        target.largeFileScanning(url);
+    });
 }
 
 void LargeFileFinder::didFinishGathering() {
@@ -60,6 +61,7 @@ void LargeFileFinder::didFinishGathering() {
     for (const auto& item : query_->results()) {
         auto size = item.integerValue("kMDItemFSSize");
         auto url = URL::fileURL(item.path());
+        // Whole path components on purpose: a text prefix would take "~/Documents" for "~/Doc".
         if (!isSameOrInside(item.path(), home) || !size || exclusions.excludes(url))
             continue;
         files.push_back({url, *size});
@@ -68,8 +70,11 @@ void LargeFileFinder::didFinishGathering() {
 }
 
 void LargeFileFinder::report(const std::vector<File>& files) {
-    if (auto target = delegate.lock())
-        target->largeFilesFound(files);
+    notify([files](LargeFileFinderDelegate& target) { target.largeFilesFound(files); });
+}
+
+void LargeFileFinder::notify(std::function<void(LargeFileFinderDelegate&)> call) {
+    postToDelegate(weak_from_this(), delegate, std::move(call));
 }
 
 } // namespace core

@@ -2,7 +2,8 @@
 // biggest first. It stands beside the junk scan with a delegate of its own.
 //
 // Threading: start() and stop() from any thread. All the work runs on one operation queue, one
-// operation at a time, and the delegate is called there, not on the main queue.
+// operation at a time; the delegate is called on the main queue (postToDelegate), largeFilesFound
+// last.
 #pragma once
 
 #include "Core/foundation/File.h"
@@ -41,6 +42,7 @@ private:
     void didUpdate();
     void didFinishGathering();
     void report(const std::vector<File>& files);
+    void notify(std::function<void(LargeFileFinderDelegate&)> call);
 
     std::shared_ptr<MetadataQuery> query_;
     std::shared_ptr<OperationQueue> queue_;

@@ -5,6 +5,11 @@
 // Threading: every operation may be called from any thread. Work submitted to a serial queue runs
 // one item at a time in submission order; work on a concurrent queue runs in parallel except
 // across a barrier. The main queue runs only while the host pumps it (runUntil, runFor, drain).
+//
+// Scanners talk to their delegates in one shape: every find and the completion are posted with
+// postToDelegate to one queue (the main queue unless the scanner says otherwise), the completion
+// last, so a host that has seen the completion has seen every find before it. A posted call holds
+// the scanner and the delegate weakly and is dropped when either is gone by the time it runs.
 #pragma once
 
 #include <atomic>
@@ -97,6 +102,25 @@ private:
 };
 
 using DispatchQueuePtr = std::shared_ptr<DispatchQueue>;
+
+// Schedules call(delegate) on `queue`; it runs only if `owner` and `delegate` are both still alive
+// then, so a scanner that was let go of reports nothing more.
+template <class Owner, class Delegate, class Call>
+void postToDelegate(const DispatchQueuePtr& queue, std::weak_ptr<Owner> owner,
+                    std::weak_ptr<Delegate> delegate, Call call) {
+    queue->async([owner = std::move(owner), delegate = std::move(delegate), call = std::move(call)] {
+        auto alive = owner.lock();
+        auto target = delegate.lock();
+        if (alive && target)
+            call(*target);
+    });
+}
+
+// The same on the main queue, where delegate calls go unless a scanner says otherwise.
+template <class Owner, class Delegate, class Call>
+void postToDelegate(std::weak_ptr<Owner> owner, std::weak_ptr<Delegate> delegate, Call call) {
+    postToDelegate(DispatchQueue::main(), std::move(owner), std::move(delegate), std::move(call));
+}
 
 // Counts work in flight and runs callbacks when the count falls to zero.
 class DispatchGroup : public std::enable_shared_from_this<DispatchGroup> {

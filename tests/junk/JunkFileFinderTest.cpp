@@ -34,9 +34,9 @@ TEST_F(JunkFrameTest, NothingSelectedStillWalksEveryStepToTheEnd) {
     EXPECT_EQ(recorder->count("diskImagesFound"), 1);
     EXPECT_TRUE(recorder->files("diskImage").empty());
     EXPECT_TRUE(recorder->cameOnMainThread("diskImagesFound"));
-    // Without an application stage the finder completes on its own queue.
-    EXPECT_FALSE(recorder->cameOnMainThread("junkScanCompleted"));
-    EXPECT_FALSE(recorder->cameOnMainThread("screenshotScanSkipped"));
+    // Without an application stage too, the end comes where the finds come.
+    EXPECT_TRUE(recorder->cameOnMainThread("junkScanCompleted"));
+    EXPECT_TRUE(recorder->cameOnMainThread("screenshotScanSkipped"));
     EXPECT_TRUE(analytics->events().empty());
     // Four parts are done; nothing completes the fifth.
     EXPECT_DOUBLE_EQ(finder->progress()->fraction(), 4.0 / 15);
@@ -89,9 +89,9 @@ TEST_F(JunkFrameTest, ExclusionsReachTheApplicationStage) {
     finder->exclubeAppUrls = {URL::fileURL("/Applications/X.app")};
     finder->exclubeAppIds = {"com.example.x"};
     ASSERT_TRUE(runJunkScan(*finder, noneConfig(), *recorder));
-    EXPECT_EQ(finder->appFileFinder()->exclubeFilesUrls, finder->exclubeFilesUrls);
-    EXPECT_EQ(finder->appFileFinder()->exclubeAppUrls, finder->exclubeAppUrls);
-    EXPECT_EQ(finder->appFileFinder()->exclubeAppIds, finder->exclubeAppIds);
+    EXPECT_EQ(finder->appJunkFinder()->exclubeFilesUrls, finder->exclubeFilesUrls);
+    EXPECT_EQ(finder->appJunkFinder()->exclubeAppUrls, finder->exclubeAppUrls);
+    EXPECT_EQ(finder->appJunkFinder()->exclubeAppIds, finder->exclubeAppIds);
 }
 
 TEST_F(JunkFrameTest, StoppedWhileRunningSkipsTheRestAndStillCompletesOnce) {
@@ -115,8 +115,23 @@ TEST_F(JunkFrameTest, StoppedWhileRunningSkipsTheRestAndStillCompletesOnce) {
     // The screenshot step takes its empty path and still reports; the application stage never starts.
     EXPECT_EQ(analytics->eventsFor("screenshot").size(), 1u);
     EXPECT_EQ(analytics->eventsFor("screenshot")[0].params.at("num"), "0");
-    EXPECT_FALSE(recorder->cameOnMainThread("junkScanCompleted"));
+    EXPECT_TRUE(recorder->cameOnMainThread("junkScanCompleted"));
     EXPECT_LT(finder->progress()->fraction(), 1.0);
+}
+
+TEST_F(JunkFrameTest, TheEndComesAfterEveryFindWithoutDrainingTheMainQueue) {
+    home.file("Downloads/a", 1);
+    home.file("Downloads/b", 2);
+    root.file("Library/Caches/c", 3);
+    auto config = noneConfig();
+    config.downloadsFiles = config.systemCaches = true;
+    finder->start(config);
+    // A host that stops pumping at the end must already hold every find.
+    ASSERT_TRUE(DispatchQueue::runUntil([&] { return recorder->completed(); }, std::chrono::seconds(10)));
+    EXPECT_EQ(recorder->count("downloadFileFound"), 2);
+    EXPECT_EQ(recorder->count("systemCacheFound"), 1);
+    EXPECT_EQ(recorder->count("screenshotScanSkipped"), 1);
+    EXPECT_EQ(recorder->count("diskImagesFound"), 1);
 }
 
 TEST_F(JunkFrameTest, TheFinderCanScanAgain) {

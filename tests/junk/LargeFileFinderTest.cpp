@@ -6,6 +6,7 @@
 
 #include <atomic>
 #include <mutex>
+#include <thread>
 
 using namespace core;
 using namespace core::testing;
@@ -14,8 +15,12 @@ namespace {
 
 class LargeFilesRecorder final : public LargeFileFinderDelegate {
 public:
-    void largeFileScanning(const URL&) override { ++scanning; }
+    void largeFileScanning(const URL&) override {
+        noteThread();
+        ++scanning;
+    }
     void largeFilesFound(const std::vector<File>& found) override {
+        noteThread();
         std::lock_guard lock(mutex);
         files = found;
         ++reports;
@@ -28,6 +33,14 @@ public:
         return listed;
     }
 
+    void noteThread() {
+        if (std::this_thread::get_id() != mainThread)
+            ++offMainCalls;
+    }
+
+    // The test's thread is the one that pumps the main queue.
+    const std::thread::id mainThread = std::this_thread::get_id();
+    std::atomic<int> offMainCalls{0};
     std::mutex mutex;
     std::vector<File> files;
     std::atomic<int> reports{0};
@@ -68,6 +81,14 @@ TEST_F(LargeFileFinderTest, MinimumZeroListsEveryFileOfTheHomeFolder) {
     home.file("deep/er/y", 1);
     ASSERT_TRUE(run(0));
     EXPECT_EQ(recorder->found().size(), 2u);
+}
+
+TEST_F(LargeFileFinderTest, TheDelegateIsCalledOnTheMainQueue) {
+    for (int i = 0; i < 50; ++i)
+        home.file("many/" + std::to_string(i) + "/f", 10);
+    ASSERT_TRUE(run(0));
+    EXPECT_EQ(recorder->found().size(), 50u);
+    EXPECT_EQ(recorder->offMainCalls, 0);
 }
 
 TEST_F(LargeFileFinderTest, ExcludedFoldersAndFilesAreLeftOut) {
