@@ -15,17 +15,12 @@
 namespace tidewell {
 namespace {
 
-const core::File& fileOf(const core::Duplicate& duplicate) {
-    return std::holds_alternative<core::File>(duplicate) ? std::get<core::File>(duplicate)
-                                                         : std::get<core::Photo>(duplicate).file;
-}
-
 nlohmann::json groupsJson(const core::DuplicateGroups& groups) {
     auto array = nlohmann::json::array();
     for (const auto& group : groups) {
         auto members = nlohmann::json::array();
         for (const auto& duplicate : group)
-            members.push_back(toJson(fileOf(duplicate)));
+            members.push_back(toJson(core::fileOf(duplicate)));
         array.push_back(members);
     }
     return array;
@@ -106,11 +101,11 @@ private:
         for (const auto& group : groups) {
             if (group.empty())
                 continue;
-            const auto& first = fileOf(group.front());
-            reclaimable += first.size * static_cast<std::int64_t>(group.size() - 1);
+            const auto& first = core::fileOf(group.front());
+            reclaimable += core::bytesFreedByRemovingAllButFirst(group);
             std::cout << group.size() << " x " << first.sizeString() << '\n';
             for (const auto& duplicate : group)
-                std::cout << "  " << printable(fileOf(duplicate).url.path()) << '\n';
+                std::cout << "  " << printable(core::fileOf(duplicate).url.path()) << '\n';
         }
         std::cout << counted(static_cast<std::int64_t>(groups.size()), "group")
                   << "; removing all but one of each frees " << core::sizeString(reclaimable) << '\n';

@@ -2,10 +2,8 @@
 
 #include <algorithm>
 #include <cstring>
-#include <ctime>
 #include <stdexcept>
 #include <strings.h>
-#include <sys/stat.h>
 #include <unordered_set>
 
 namespace dff {
@@ -13,6 +11,15 @@ namespace {
 
 constexpr double scannedProgress = 0.3;
 constexpr double filesHashedProgress = 0.5;
+constexpr auto pathNoticeInterval = std::chrono::milliseconds(40);
+
+// Whether `inner` is `outer` or lies below it.
+bool within(const std::string& inner, const std::string& outer) {
+    if (outer == "/")
+        return true;
+    return inner.compare(0, outer.size(), outer) == 0 &&
+           (inner.size() == outer.size() || inner[outer.size()] == '/');
+}
 
 } // namespace
 
@@ -21,6 +28,7 @@ DuplicateFileFinder::DuplicateFileFinder(std::function<void(double)> progress,
     : progress_(std::move(progress)), currentPath_(std::move(currentPath)) {}
 
 void DuplicateFileFinder::releaseFiles() {
+    linkedFiles_.clear();
     directories_.clear();
     libraries_.clear();
 }
@@ -32,8 +40,10 @@ void DuplicateFileFinder::find(Groups& duplicates, Groups& similar, bool isOnlyD
     Duplicate<long long, Package*> packages;
     std::deque<Package*> unknownSizePackages;
     int fileCount = 1;
-    for (const auto& root : rootFolders)
+    linkedFiles_.clear();
+    for (const auto& root : searchRoots())
         directories_.emplace_back(scanFiles(root, files, links, packages, unknownSizePackages, fileCount));
+    visited_.clear();
     progress_(scannedProgress);
 
     Duplicate<ImageHashValue, File*> images;
@@ -62,106 +72,173 @@ void DuplicateFileFinder::find(Groups& duplicates, Groups& similar, bool isOnlyD
     filter(directoryHashes, duplicates);
 }
 
+// Each root once, by its real path, and none that lies inside another: a folder searched twice
+// would be reported as a duplicate of itself.
+std::vector<Path> DuplicateFileFinder::searchRoots() {
+    std::vector<Path> given;
+    for (const auto& root : rootFolders)
+        given.push_back(canonicalPath(root).value_or(root));
+    std::vector<Path> roots;
+    nestedRoots_.clear();
+    for (std::size_t i = 0; i < given.size(); ++i) {
+        bool nested = false;
+        for (std::size_t j = 0; j < given.size() && !nested; ++j)
+            nested = j != i && within(given[i].str(), given[j].str()) &&
+                     (given[i].length() != given[j].length() || j < i);
+        (nested ? nestedRoots_ : roots).push_back(given[i]);
+    }
+    return roots;
+}
+
 Directory* DuplicateFileFinder::scanFiles(const Path& root, Duplicate<long long, File*>& files,
                                           Duplicate<long long, Symlink*>& links,
                                           Duplicate<long long, Package*>& packages,
                                           std::deque<Package*>& unknownSizePackages, int& fileCount) {
     auto* top = new Directory(root, nullptr);
-    if (stopped)
-        return top;
+    Gathered into{files, links, packages, unknownSizePackages, fileCount};
     std::vector<Directory*> stack = {top};
-    while (!stack.empty()) {
+    while (!stack.empty() && !stopped) {
         Directory* folder = stack.back();
         stack.pop_back();
+        if (!scanFolder(*folder, stack, into))
+            break;
+    }
+    // Folders a stop left unlisted are not fully known.
+    for (Directory* folder : stack)
+        folder->unique = true;
+    return top;
+}
+
+// Lists one folder into its entries and the stack; false when a stop cut the listing short.
+bool DuplicateFileFinder::scanFolder(Directory& folder, std::vector<Directory*>& stack, Gathered& into) {
+    FolderListing listing(folder.path);
+    if (listing.error()) {
+        skip(folder, "list_failed", folder.path, listing.error());
+        return true;
+    }
+    FileStatus self;
+    if (listing.status(self) == 0 && !firstVisit(folder, self, folder.path))
+        return true;
+    const char* name;
+    EntryKind kind;
+    while (listing.next(name, kind)) {
         if (stopped) {
-            folder->unique = true;
-            return top;
+            folder.unique = true;
+            return false;
         }
-        DIR* dir = ::opendir(folder->path.cStr());
-        if (!dir) {
-            folder->unique = true;
+        if (kind == EntryKind::folder) {
+            addFolder(folder, listing, name, stack, into);
             continue;
         }
-        // Anything left out makes the folder's contents not fully known: it can be no duplicate.
-        auto skip = [folder] { folder->unique = true; };
-        while (dirent* entry = ::readdir(dir)) {
-            if (stopped) {
-                folder->unique = true;
-                ::closedir(dir);
-                return top;
-            }
-            struct stat info {};
-            switch (entry->d_type) {
-            case DT_LNK: {
-                Path path = folder->path / entry->d_name;
-                notifyCurrentPath(path);
-                if (::lstat(path.cStr(), &info) != 0 || info.st_size < minFileSize) {
-                    skip();
-                    break;
-                }
-                auto link = std::make_shared<Symlink>(std::move(path), info.st_size, folder);
-                links.add(info.st_size, link.get());
-                folder->entries.push_back(std::move(link));
-                break;
-            }
-            case DT_REG: {
-                if (std::strcmp(entry->d_name, ".DS_Store") == 0)
-                    break;
-                if (exclude(entry)) {
-                    skip();
-                    break;
-                }
-                Path path = folder->path / entry->d_name;
-                notifyCurrentPath(path);
-                if (::lstat(path.cStr(), &info) != 0 || info.st_size < minFileSize) {
-                    skip();
-                    break;
-                }
-                auto file = std::make_shared<File>(std::move(path), info.st_size, folder);
-                files.add(info.st_size, file.get());
-                folder->entries.push_back(std::move(file));
-                ++fileCount;
-                break;
-            }
-            case DT_DIR: {
-                if (specialDirectory(entry))
-                    break;
-                Path path = folder->path / entry->d_name;
-                notifyCurrentPath(path);
-                if (isPackage(path.cStr())) {
-                    if (exclude(entry)) {
-                        skip();
-                        break;
-                    }
-                    long long size = packageFileSize(path);
-                    if (size != 0 && size < minFileSize) {
-                        skip();
-                        break;
-                    }
-                    auto package = std::make_shared<Package>(std::move(path), folder);
-                    if (size != 0)
-                        packages.add(size, package.get());
-                    else
-                        unknownSizePackages.push_back(package.get());
-                    folder->entries.push_back(std::move(package));
-                    break;
-                }
-                if ((!includeHiddenFolders && entry->d_name[0] == '.') || exclude(path)) {
-                    skip();
-                    break;
-                }
-                auto child = std::make_shared<Directory>(std::move(path), folder);
-                stack.push_back(child.get());
-                folder->entries.push_back(std::move(child));
-                break;
-            }
-            default:
-                skip();
-            }
+        if (kind == EntryKind::other) {
+            skip(folder, "not_a_file", folder.path / name, 0);
+            continue;
         }
-        ::closedir(dir);
+        // The folder stays eligible without it: it is the desktop's own record of the window.
+        if (kind == EntryKind::file && (std::strcmp(name, ".DS_Store") == 0))
+            continue;
+        if (kind == EntryKind::file && exclude(name)) {
+            folder.unique = true;
+            continue;
+        }
+        Path path = folder.path / name;
+        auto status = keptStatus(folder, listing, name, path);
+        if (!status)
+            continue;
+        if (kind == EntryKind::link) {
+            auto link = std::make_shared<Symlink>(std::move(path), status->size, &folder);
+            into.links.add(status->size, link.get());
+            folder.entries.push_back(std::move(link));
+            continue;
+        }
+        auto file = std::make_shared<File>(std::move(path), status->size, &folder);
+        if (status->links > 1)
+            linkedFiles_.emplace(file.get(), fileIDOf(*status));
+        into.files.add(status->size, file.get());
+        folder.entries.push_back(std::move(file));
+        ++into.fileCount;
     }
-    return top;
+    return true;
+}
+
+// The status of a file or link the walk keeps; nothing, and the folder marked, when it is not kept.
+std::optional<FileStatus> DuplicateFileFinder::keptStatus(Directory& folder, const FolderListing& listing,
+                                                          const char* name, const Path& path) const {
+    notifyCurrentPath(path);
+    FileStatus status;
+    if (int error = listing.status(name, status)) {
+        skip(folder, "stat_failed", path, error);
+        return std::nullopt;
+    }
+    if (status.size < minFileSize) {
+        folder.unique = true;
+        return std::nullopt;
+    }
+    return status;
+}
+
+void DuplicateFileFinder::addFolder(Directory& folder, const FolderListing& listing, const char* name,
+                                    std::vector<Directory*>& stack, Gathered& into) {
+    Path path = folder.path / name;
+    notifyCurrentPath(path);
+    if (isPackage(path.cStr())) {
+        addPackage(folder, listing, name, std::move(path), into);
+        return;
+    }
+    bool askedFor = std::any_of(nestedRoots_.begin(), nestedRoots_.end(),
+                                [&](const Path& root) { return root.str() == path.str(); });
+    if ((!includeHiddenFolders && name[0] == '.' && !askedFor) || exclude(path)) {
+        folder.unique = true;
+        return;
+    }
+    auto child = std::make_shared<Directory>(std::move(path), &folder);
+    stack.push_back(child.get());
+    folder.entries.push_back(std::move(child));
+}
+
+void DuplicateFileFinder::addPackage(Directory& folder, const FolderListing& listing, const char* name,
+                                     Path&& path, Gathered& into) {
+    if (exclude(name)) {
+        folder.unique = true;
+        return;
+    }
+    FileStatus status;
+    if (int error = listing.status(name, status)) {
+        skip(folder, "stat_failed", path, error);
+        return;
+    }
+    if (!firstVisit(folder, status, path))
+        return;
+    long long size = packageFileSize(path);
+    if (size != 0 && size < minFileSize) {
+        folder.unique = true;
+        return;
+    }
+    auto package = std::make_shared<Package>(std::move(path), &folder);
+    if (size != 0)
+        into.packages.add(size, package.get());
+    else
+        into.unknownSizePackages.push_back(package.get());
+    folder.entries.push_back(std::move(package));
+}
+
+// False, and `folder` marked, when the walk has met this folder or package before.
+bool DuplicateFileFinder::firstVisit(Directory& folder, const FileStatus& status, const Path& path) {
+    if (visited_.insert(fileIDOf(status)).second)
+        return true;
+    skip(folder, "seen_before", path, 0);
+    return false;
+}
+
+// Anything left out makes the folder's contents not fully known: it can be no duplicate.
+void DuplicateFileFinder::skip(Directory& folder, const char* event, const Path& path, int error) const {
+    folder.unique = true;
+    if (!log)
+        return;
+    std::string line = std::string("[DuplicateScan] ") + event + " path=" + path.str();
+    if (error != 0)
+        line += " errno=" + std::to_string(error);
+    log(line);
 }
 
 bool DuplicateFileFinder::withExtension(const char* name, unsigned long nameLength,
@@ -171,11 +248,10 @@ bool DuplicateFileFinder::withExtension(const char* name, unsigned long nameLeng
     return ::strncasecmp(name + nameLength - extension.size(), extension.c_str(), extension.size()) == 0;
 }
 
-bool DuplicateFileFinder::exclude(const dirent* entry) const {
-    unsigned long length = std::strlen(entry->d_name);
-    return std::any_of(excludeExtensions.begin(), excludeExtensions.end(), [&](const std::string& extension) {
-        return withExtension(entry->d_name, length, extension);
-    });
+bool DuplicateFileFinder::exclude(const char* name) const {
+    unsigned long length = std::strlen(name);
+    return std::any_of(excludeExtensions.begin(), excludeExtensions.end(),
+                       [&](const std::string& extension) { return withExtension(name, length, extension); });
 }
 
 bool DuplicateFileFinder::exclude(const Path& path) const {
@@ -184,18 +260,18 @@ bool DuplicateFileFinder::exclude(const Path& path) const {
     });
 }
 
-// At most one call per 40 milliseconds of processor time, whatever the number of entries.
+// At most one call per 40 milliseconds of this finder's search, whatever the number of entries and
+// of threads: wall time, as the user sees it, not the processor time of all threads together.
 void DuplicateFileFinder::notifyCurrentPath(const Path& path) const {
-    static std::clock_t last = 0;
-    std::clock_t now = std::clock();
-    if (static_cast<double>(now - last) / CLOCKS_PER_SEC < 0.04)
+    auto now = std::chrono::steady_clock::now();
+    if (now - lastPathNotice_ < pathNoticeInterval)
         return;
-    last = now;
+    lastPathNotice_ = now;
     currentPath_(path);
 }
 
-// Files a stop left in the race have no digest: without the mark, folders of equally sized files
-// would compare equal on the empty digests.
+// On purpose, files a stop left in the race count as unique: folders must never match on
+// half-read digests.
 void DuplicateFileFinder::markUnfinished(Duplicate<long long, File*>& bySize,
                                          Duplicate<HashValue, File*>& byHash) const {
     std::unordered_set<const File*> finished;
@@ -262,9 +338,21 @@ void DuplicateFileFinder::findDuplicateFiles(Duplicate<long long, File*>& bySize
     for (auto node = byHash.begin(); !node.done(); ++node) {
         if (stopped)
             return;
-        if (node->values.size() == 1)
-            node->values.front()->unique = true;
+        if (node->values.size() == 1 || oneFileOnDisk(node->values))
+            for (File* file : node->values)
+                file->unique = true;
     }
+}
+
+// Whether all the files are names of one file on the disk: removing all but one frees nothing.
+bool DuplicateFileFinder::oneFileOnDisk(const std::deque<File*>& files) const {
+    auto first = linkedFiles_.find(files.front());
+    if (first == linkedFiles_.end())
+        return false;
+    return std::all_of(files.begin() + 1, files.end(), [&](const File* file) {
+        auto found = linkedFiles_.find(file);
+        return found != linkedFiles_.end() && found->second == first->second;
+    });
 }
 
 void DuplicateFileFinder::findDuplicateLinks(Duplicate<long long, Symlink*>& bySize) const {
@@ -405,7 +493,8 @@ template <class T> void DuplicateFileFinder::markDuplicateContainers(Duplicate<H
 
 template <class T> void DuplicateFileFinder::filter(Duplicate<HashValue, T*>& byHash, Groups& result) const {
     for (auto node = byHash.begin(); !node.done(); ++node) {
-        if (node->values.size() < 2)
+        // Members marked unique are names of one file on the disk, never a group.
+        if (node->values.size() < 2 || node->values.front()->unique)
             continue;
         bool allInsideDuplicates = std::all_of(node->values.begin(), node->values.end(), [](const T* value) {
             return value->parent && value->parent->duplicate;

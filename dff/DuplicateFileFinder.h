@@ -8,11 +8,16 @@
 #pragma once
 
 #include "dff/Duplicate.h"
+#include "dff/FolderListing.h"
 #include "dff/PackageHasher.h"
 #include "dff/SizeGroupRace.h"
 
 #include <atomic>
+#include <chrono>
 #include <functional>
+#include <optional>
+#include <unordered_map>
+#include <unordered_set>
 #include <vector>
 
 namespace dff {
@@ -46,6 +51,9 @@ public:
     long long minFileSize = 0;
     // Size groups race on this many threads; the results do not depend on it.
     unsigned threads = SizeGroupRace::defaultThreads();
+    // Hears one line for everything the walk could not read or passed over against its will; may
+    // be empty.
+    std::function<void(const std::string&)> log;
 
     // Scan phase.
     Directory* scanFiles(const Path& root, Duplicate<long long, File*>& files,
@@ -53,7 +61,7 @@ public:
                          std::deque<Package*>& unknownSizePackages, int& fileCount);
     bool isPackage(const char* path) const { return isPackagePath(path); }
     bool withExtension(const char* name, unsigned long nameLength, const std::string& extension) const;
-    bool exclude(const dirent* entry) const;
+    bool exclude(const char* name) const;
     bool exclude(const Path& path) const;
     void notifyCurrentPath(const Path& path) const;
 
@@ -69,6 +77,26 @@ public:
     template <class T> void filter(Duplicate<HashValue, T*>& byHash, Groups& result) const;
 
 private:
+    // What the walk gathers for the match phase.
+    struct Gathered {
+        Duplicate<long long, File*>& files;
+        Duplicate<long long, Symlink*>& links;
+        Duplicate<long long, Package*>& packages;
+        std::deque<Package*>& unknownSizePackages;
+        int& fileCount;
+    };
+
+    std::vector<Path> searchRoots();
+    bool scanFolder(Directory& folder, std::vector<Directory*>& stack, Gathered& into);
+    std::optional<FileStatus> keptStatus(Directory& folder, const FolderListing& listing, const char* name,
+                                         const Path& path) const;
+    void addFolder(Directory& folder, const FolderListing& listing, const char* name,
+                   std::vector<Directory*>& stack, Gathered& into);
+    void addPackage(Directory& folder, const FolderListing& listing, const char* name, Path&& path,
+                    Gathered& into);
+    bool firstVisit(Directory& folder, const FileStatus& status, const Path& path);
+    void skip(Directory& folder, const char* event, const Path& path, int error) const;
+    bool oneFileOnDisk(const std::deque<File*>& files) const;
     void calcImageHash(File* file, Duplicate<ImageHashValue, File*>& images) const;
     void advance(double& value, double step) const;
     void markUnfinished(Duplicate<long long, File*>& bySize, Duplicate<HashValue, File*>& byHash) const;
@@ -78,6 +106,14 @@ private:
     std::vector<std::shared_ptr<Directory>> directories_;
     std::vector<std::shared_ptr<Package>> libraries_;
     std::atomic<bool> stopped{false};
+    // Roots that lie inside another root: walked as part of it, and entered even when hidden.
+    std::vector<Path> nestedRoots_;
+    // The folders and packages the walk has met, so that none is gathered twice, whatever the
+    // paths (bind mounts, repeated roots) it is reached by.
+    std::unordered_set<FileID, FileIDHash> visited_;
+    // Files with more than one link: two names of one file are never a group.
+    std::unordered_map<const File*, FileID> linkedFiles_;
+    mutable std::chrono::steady_clock::time_point lastPathNotice_{};
 };
 
 } // namespace dff

@@ -2,7 +2,6 @@
 
 #include "dff/FileType.h"
 
-#include <cstring>
 #include <typeinfo>
 
 namespace dff {
@@ -22,12 +21,6 @@ int fileTypeId(const File* file) {
     if (type == typeid(Symlink))
         return 2;
     return 3;
-}
-
-bool specialDirectory(const dirent* entry) {
-    const char* name = entry->d_name;
-    std::size_t length = std::strlen(name);
-    return (length == 1 && name[0] == '.') || (length == 2 && name[0] == '.' && name[1] == '.');
 }
 
 } // namespace dff

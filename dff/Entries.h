@@ -10,7 +10,6 @@
 
 #include <cstdint>
 #include <deque>
-#include <dirent.h>
 #include <memory>
 #include <string>
 
@@ -95,8 +94,5 @@ public:
 
 // 0 a plain file, 1 a folder, 2 a link, 3 anything else; by the exact type.
 int fileTypeId(const File* file);
-
-// "." and "..".
-bool specialDirectory(const dirent* entry);
 
 } // namespace dff

@@ -1,9 +1,10 @@
 #include "dff/FileReader.h"
 
+#include "dff/FolderListing.h"
+
 #include <bit>
 #include <cstdint>
 #include <cstring>
-#include <fcntl.h>
 // The plain digest calls: the same assembly as the provider interface, without the provider
 // tables that interface loads into every process, and with a context that copies as a value.
 #define OPENSSL_SUPPRESS_DEPRECATED
@@ -181,7 +182,7 @@ void MD5::updatePair(MD5& first, const void* a, MD5& second, const void* b, long
 FileReader::Stage::Stage(FileReader& reader) : reader_(reader), end_(reader.stageEnd()) {
     if (reader.size_ == 0)
         return;
-    fd_ = ::open(reader.path_->cStr(), O_RDONLY | O_CLOEXEC);
+    fd_ = openForReading(*reader.path_);
     if (fd_ < 0)
         throw std::runtime_error("Failed to open file");
 }
@@ -216,13 +217,19 @@ bool FileReader::read(const std::function<void(const char*, long long)>& sink) {
     return isCompleted();
 }
 
-bool hashSymlink(const Symlink& link, HashValue& out) {
-    static char* buffer = new char[1024];
-    ssize_t length = ::readlink(link.path.cStr(), buffer, 1024);
-    if (length != link.size)
+bool digestLinkText(const Path& path, long long size, MD5& digest) {
+    char text[linkTextCapacity];
+    long long length = readLink(path, text, linkTextCapacity);
+    if (length != size)
         return false;
+    digest.updateMD5(text, length);
+    return true;
+}
+
+bool hashSymlink(const Symlink& link, HashValue& out) {
     MD5 digest;
-    digest.updateMD5(buffer, length);
+    if (!digestLinkText(link.path, link.size, digest))
+        return false;
     digest.hashValue(out);
     return true;
 }

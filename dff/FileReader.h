@@ -92,6 +92,13 @@ private:
     long long position_ = 0;
 };
 
+// The longest link text the engine compares; a longer one counts as unreadable.
+constexpr long long linkTextCapacity = 1024;
+
+// Feeds a link's text to `digest`; false when the text cannot be read or its length differs from
+// `size`, the length the scan saw.
+bool digestLinkText(const Path& path, long long size, MD5& digest);
+
 // The digest of a link's text; false when the text cannot be read or its length differs from the
 // size the scan saw.
 bool hashSymlink(const Symlink& link, HashValue& out);

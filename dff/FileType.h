@@ -1,5 +1,5 @@
 // Uniform type identifiers of regular files: from the extension where the table knows it, else
-// sniffed from the content. The file index shares the table.
+// sniffed from the content.
 //
 // Threading: safe from any thread; content sniffing takes a lock, as the sniffer is not reentrant.
 #pragma once
@@ -9,10 +9,6 @@
 #include <string_view>
 
 namespace dff {
-
-// The type for an extension, compared without regard to case; null when the table does not know
-// it.
-const char* typeForExtension(std::string_view extension);
 
 // The type for a content type as sniffing names it ("image/png"): the table's where it knows the
 // content type, "public.data" for unknown binary data, and otherwise a type of its own made from

@@ -1,12 +1,11 @@
 #include "dff/PackageHasher.h"
 
+#include "dff/FolderListing.h"
+#include "types/UniformTypeTable.h"
+
 #include <algorithm>
-#include <array>
 #include <cstring>
 #include <stdexcept>
-#include <strings.h>
-#include <sys/stat.h>
-#include <unistd.h>
 #include <vector>
 
 namespace dff {
@@ -17,12 +16,6 @@ bool descending(const std::string& a, const std::string& b) {
     int compared = std::memcmp(a.data(), b.data(), std::min(a.size(), b.size()));
     return compared != 0 ? compared > 0 : a.size() > b.size();
 }
-
-constexpr std::array<const char*, 24> packageExtensions = {
-    "app",        "bundle",   "framework",   "plugin",    "kext",         "photoslibrary",
-    "pkg",        "mpkg",     "rtfd",        "xcodeproj", "xcarchive",    "xcworkspace",
-    "playground", "prefpane", "qlgenerator", "saver",     "sparsebundle", "photolibrary",
-    "fcpbundle",  "logicx",   "band",        "pages",     "numbers",      "key"};
 
 constexpr long long walkLimit = 10000;
 
@@ -54,43 +47,39 @@ bool PackageHasher::calculateDirectories() {
         return true;
     Path folder = std::move(directories_.back());
     directories_.pop_back();
-    DIR* dir = ::opendir(folder.cStr());
-    if (!dir)
+    FolderListing listing(folder);
+    if (listing.error())
         throw std::runtime_error("Failed to open directory");
     std::vector<std::string> fileNames, linkNames, folderNames;
-    while (dirent* entry = ::readdir(dir)) {
-        if (entry->d_type == DT_LNK)
-            linkNames.emplace_back(entry->d_name);
-        else if (entry->d_type == DT_REG)
-            fileNames.emplace_back(entry->d_name);
-        else if (entry->d_type == DT_DIR) {
-            if (!specialDirectory(entry))
-                folderNames.emplace_back(entry->d_name);
-        } else {
-            ::closedir(dir);
+    const char* name;
+    EntryKind kind;
+    while (listing.next(name, kind)) {
+        if (kind == EntryKind::link)
+            linkNames.emplace_back(name);
+        else if (kind == EntryKind::file)
+            fileNames.emplace_back(name);
+        else if (kind == EntryKind::folder)
+            folderNames.emplace_back(name);
+        else
             throw std::runtime_error("Unknown file type");
-        }
     }
-    ::closedir(dir);
     for (auto* names : {&fileNames, &linkNames, &folderNames})
         std::sort(names->begin(), names->end(), descending);
     auto sized = [&](const std::vector<std::string>& names, char tag, std::deque<File>& into) {
-        for (const auto& name : names) {
-            Path path = folder / name;
-            struct stat info {};
-            if (::lstat(path.cStr(), &info) != 0)
+        for (const auto& entry : names) {
+            FileStatus status;
+            if (listing.status(entry.c_str(), status) != 0)
                 throw std::runtime_error("Failed to read file info");
-            long long size = info.st_size;
-            package->size += size;
-            feed(tag, name, &size);
-            into.emplace_back(std::move(path), size);
+            package->size += status.size;
+            feed(tag, entry, &status.size);
+            into.emplace_back(folder / entry, status.size);
         }
     };
     sized(fileNames, 0, files_);
     sized(linkNames, 1, symlinks_);
-    for (const auto& name : folderNames) {
-        feed(2, name, nullptr);
-        directories_.push_back(folder / name);
+    for (const auto& entry : folderNames) {
+        feed(2, entry, nullptr);
+        directories_.push_back(folder / entry);
     }
     if (!directories_.empty())
         return false;
@@ -117,13 +106,10 @@ bool PackageHasher::calculateFiles() {
 bool PackageHasher::calculateSymlinks() {
     if (symlinks_.empty())
         return true;
-    static char* buffer = new char[1024];
     auto& link = symlinks_.back();
-    ssize_t length = ::readlink(link.path.cStr(), buffer, 1024);
-    if (length != link.size)
+    if (!digestLinkText(link.path, link.size, *this))
         throw std::runtime_error("Failed to read symbolic link");
     symlinks_.pop_back();
-    updateMD5(buffer, length);
     return symlinks_.empty();
 }
 
@@ -131,40 +117,33 @@ bool isPackagePath(const char* path) {
     const char* name = std::strrchr(path, '/');
     name = name ? name + 1 : path;
     const char* dot = std::strrchr(name, '.');
-    if (dot && dot != name)
-        for (const char* extension : packageExtensions)
-            if (::strcasecmp(dot + 1, extension) == 0)
-                return true;
-    struct stat info {};
-    return ::stat((std::string(path) + "/Contents/Info.plist").c_str(), &info) == 0;
+    if (dot && dot != name && typetable::packageTypeForExtension(dot + 1))
+        return true;
+    FileStatus status;
+    return statusOf(Path(std::string(path) + "/Contents/Info.plist"), status, true) == 0;
 }
 
 long long packageFileSize(const Path& path) {
     long long bytes = 0, entries = 0;
-    std::vector<std::string> folders = {path.str()};
+    std::vector<Path> folders = {path};
     while (!folders.empty()) {
-        std::string folder = std::move(folders.back());
+        Path folder = std::move(folders.back());
         folders.pop_back();
-        DIR* dir = ::opendir(folder.c_str());
-        if (!dir)
+        FolderListing listing(folder);
+        if (listing.error())
             return 0;
-        while (dirent* entry = ::readdir(dir)) {
-            if (specialDirectory(entry))
-                continue;
-            if (++entries > walkLimit) {
-                ::closedir(dir);
+        const char* name;
+        EntryKind kind;
+        while (listing.next(name, kind)) {
+            if (++entries > walkLimit)
                 return 0;
-            }
-            std::string child = folder + "/" + entry->d_name;
-            struct stat info {};
-            if (::lstat(child.c_str(), &info) != 0)
-                continue;
-            if (S_ISDIR(info.st_mode))
-                folders.push_back(std::move(child));
-            else if (S_ISREG(info.st_mode) || S_ISLNK(info.st_mode))
-                bytes += info.st_size;
+            FileStatus status;
+            if (kind == EntryKind::folder)
+                folders.push_back(folder / name);
+            else if ((kind == EntryKind::file || kind == EntryKind::link) &&
+                     listing.status(name, status) == 0)
+                bytes += status.size;
         }
-        ::closedir(dir);
     }
     return bytes > entries ? bytes : 0;
 }

@@ -1,7 +1,7 @@
 // Digests a package as a whole, over its structure (names, kinds, sizes) and contents, in small
 // resumable steps so that packages race each other as files do; and tells packages from folders.
 //
-// Threading: static buffers: one search at a time.
+// Threading: a hasher belongs to one thread at a time; hashers share nothing.
 #pragma once
 
 #include "dff/FileReader.h"

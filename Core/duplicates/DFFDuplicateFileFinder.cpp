@@ -1,5 +1,6 @@
 #include "Core/duplicates/DFFDuplicateFileFinder.h"
 
+#include "Core/foundation/Analytics.h"
 #include "Core/platform/CurrentProcess.h"
 #include "dff/DuplicateFileFinder.h"
 
@@ -7,9 +8,6 @@
 
 namespace core {
 namespace {
-
-// The one engine of the process.
-std::unique_ptr<dff::DuplicateFileFinder> engine;
 
 std::vector<dff::Path> pathsOf(const std::vector<URL>& urls) {
     std::vector<dff::Path> paths;
@@ -36,43 +34,43 @@ DFFGroups convertResult(const dff::Groups& groups) {
 
 } // namespace
 
-DFFDuplicateFileFinder::DFFDuplicateFileFinder() {
-    engine = std::make_unique<dff::DuplicateFileFinder>(
-        [this](double value) { progress(value); },
-        [this](const dff::Path& path) { current(URL::fileURL(path.str())); });
+DFFDuplicateFileFinder::DFFDuplicateFileFinder()
+    : engine_(std::make_unique<dff::DuplicateFileFinder>(
+          [this](double value) { progress(value); },
+          [this](const dff::Path& path) { current(URL::fileURL(path.str())); })) {
+    // What the walk could not read is a warning: the search goes on without it.
+    engine_->log = [](const std::string& line) { analytics()->log(line, 3); };
 }
 
-DFFDuplicateFileFinder::~DFFDuplicateFileFinder() {
-    engine.reset();
-}
+DFFDuplicateFileFinder::~DFFDuplicateFileFinder() = default;
 
 void DFFDuplicateFileFinder::setRootFolderURLs(const std::vector<URL>& urls) {
-    engine->rootFolders = pathsOf(urls);
+    engine_->rootFolders = pathsOf(urls);
 }
 
 void DFFDuplicateFileFinder::setExcludePaths(const std::vector<URL>& urls) {
-    engine->excludePaths = pathsOf(urls);
+    engine_->excludePaths = pathsOf(urls);
 }
 
 void DFFDuplicateFileFinder::setExcludeExtensions(const std::vector<std::string>& extensions) {
-    engine->excludeExtensions = extensions;
+    engine_->excludeExtensions = extensions;
 }
 
 void DFFDuplicateFileFinder::setIncludeHiddenFolders(bool include) {
-    engine->includeHiddenFolders = include;
+    engine_->includeHiddenFolders = include;
 }
 
 void DFFDuplicateFileFinder::setMinFileSize(std::int64_t bytes) {
-    engine->minFileSize = bytes;
+    engine_->minFileSize = bytes;
 }
 
 DFFResult DFFDuplicateFileFinder::find(bool isOnlyDuplicates) {
     dff::Groups duplicates, similar;
-    engine->find(duplicates, similar, isOnlyDuplicates);
+    engine_->find(duplicates, similar, isOnlyDuplicates);
     DFFResult result{convertResult(duplicates), convertResult(similar)};
     duplicates.clear();
     similar.clear();
-    engine->releaseFiles();
+    engine_->releaseFiles();
     // A search of a large tree has just freed its whole model at once, mostly in the arena of the
     // thread it ran on; hand those pages back rather than keep them for a next search.
     trimMemory();
@@ -80,7 +78,7 @@ DFFResult DFFDuplicateFileFinder::find(bool isOnlyDuplicates) {
 }
 
 void DFFDuplicateFileFinder::stop() {
-    engine->stop();
+    engine_->stop();
 }
 
 } // namespace core

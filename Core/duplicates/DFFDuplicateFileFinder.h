@@ -2,16 +2,21 @@
 // search on the calling thread, and turns the engine's groups into plain records, so that no
 // pointer into the engine's entries leaves a search.
 //
-// Threading: one search at a time in the process (the engine is one, and its read buffers are
-// static); stop() may come from any thread during a search.
+// Threading: each finder has an engine of its own, and runs one search at a time; stop() may come
+// from any thread during a search.
 #pragma once
 
 #include "Core/foundation/URL.h"
 
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
+
+namespace dff {
+class DuplicateFileFinder;
+}
 
 namespace core {
 
@@ -31,7 +36,6 @@ struct DFFResult {
 
 class DFFDuplicateFileFinder {
 public:
-    // Makes the process's engine anew, replacing the one an earlier finder made.
     DFFDuplicateFileFinder();
     virtual ~DFFDuplicateFileFinder();
     DFFDuplicateFileFinder(const DFFDuplicateFileFinder&) = delete;
@@ -50,6 +54,9 @@ public:
 protected:
     virtual void progress(double) {}
     virtual void current(const URL&) {}
+
+private:
+    std::unique_ptr<dff::DuplicateFileFinder> engine_;
 };
 
 } // namespace core

@@ -1,6 +1,7 @@
 #include "Core/duplicates/DuplicateFileFinder.h"
 
 #include "Core/platform/Dispatch.h"
+#include "dff/FreedSpace.h"
 
 namespace core {
 namespace {
@@ -21,6 +22,18 @@ DuplicateGroups toDuplicates(DFFGroups&& groups) {
 }
 
 } // namespace
+
+const File& fileOf(const Duplicate& duplicate) {
+    return std::holds_alternative<File>(duplicate) ? std::get<File>(duplicate)
+                                                   : std::get<Photo>(duplicate).file;
+}
+
+std::int64_t bytesFreedByRemovingAllButFirst(const std::vector<Duplicate>& group) {
+    std::vector<dff::Path> paths;
+    for (const auto& member : group)
+        paths.emplace_back(fileOf(member).url.path());
+    return dff::bytesFreedByRemovingAllButFirst(paths);
+}
 
 DuplicateFileFinder::DuplicateFileFinder()
     : progress_(ValueObservable<double>::make([this](double value) {

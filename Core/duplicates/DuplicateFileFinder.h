@@ -18,6 +18,13 @@ namespace core {
 using Duplicate = std::variant<File, Photo>;
 using DuplicateGroups = std::vector<std::vector<Duplicate>>;
 
+// The file of a duplicate: itself, or the photo's file.
+const File& fileOf(const Duplicate& duplicate);
+
+// The bytes that removing every member of a group but the first frees on the disk, as it is now:
+// what the file system allocated, each file counted when its last link goes.
+std::int64_t bytesFreedByRemovingAllButFirst(const std::vector<Duplicate>& group);
+
 class DuplicateFileFinderDelegate {
 public:
     virtual ~DuplicateFileFinderDelegate() = default;

@@ -1,52 +1,12 @@
 #include "Core/platform/UniformTypes.h"
 
-// The table of file extensions is the duplicate engine's, which stands alone and types files too.
-#include "dff/FileType.h"
+#include "types/UniformTypeTable.h"
 
 #include <algorithm>
 #include <unordered_map>
 
 namespace core {
 namespace {
-
-std::string lowered(std::string text) {
-    std::transform(text.begin(), text.end(), text.begin(),
-                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-    return text;
-}
-
-const std::unordered_map<std::string, std::string>& packageTypes() {
-    static const std::unordered_map<std::string, std::string> table = {
-        {"app", "com.apple.application-bundle"},
-        {"bundle", "com.apple.bundle"},
-        {"framework", "com.apple.framework"},
-        {"plugin", "com.apple.plugin"},
-        {"kext", "com.apple.kernel-extension"},
-        {"photoslibrary", "com.apple.photos.library"},
-        {"pkg", "com.apple.installer-package"},
-        {"mpkg", "com.apple.installer-package"},
-        {"rtfd", "com.apple.rtfd"},
-        {"xcodeproj", "com.apple.xcode.project"},
-        {"xcworkspace", "com.apple.dt.document.workspace"},
-        {"xcarchive", "com.apple.xcode.archive"},
-        {"playground", "com.apple.dt.playground"},
-        {"prefpane", "com.apple.systempreference.prefpane"},
-        {"qlgenerator", "com.apple.quicklook.generator"},
-        {"saver", "com.apple.screen-saver"},
-        {"sparsebundle", "com.apple.disk-image-sparsebundle"},
-        {"photolibrary", "com.apple.iphoto.library"},
-        {"fcpbundle", "com.apple.finalcutpro.library"},
-        {"logicx", "com.apple.logic10.project"},
-        {"band", "com.apple.garageband.project"},
-        {"pages", "com.apple.iwork.pages.sffpages"},
-        {"numbers", "com.apple.iwork.numbers.sffnumbers"},
-        {"key", "com.apple.iwork.keynote.sffkey"},
-        {"appex", "com.apple.application-and-system-extension"},
-        {"xpc", "com.apple.xpc-service"},
-        {"wdgt", "com.apple.dashboard-widget"},
-    };
-    return table;
-}
 
 // What each type conforms to directly; the tree is their closure.
 const std::unordered_map<std::string, std::vector<std::string>>& parents() {
@@ -115,8 +75,8 @@ std::vector<std::string> leafParents(const std::string& type) {
 }
 
 bool isPackageType(const std::string& type) {
-    return std::any_of(packageTypes().begin(), packageTypes().end(),
-                       [&](const auto& entry) { return entry.second == type; });
+    return std::any_of(std::begin(typetable::packageTypes), std::end(typetable::packageTypes),
+                       [&](const auto& row) { return type == row.type; });
 }
 
 std::vector<std::string> directParents(const std::string& type) {
@@ -133,17 +93,17 @@ std::vector<std::string> directParents(const std::string& type) {
 } // namespace
 
 std::string typeForFileExtension(const std::string& extension) {
-    const char* type = dff::typeForExtension(extension);
+    const char* type = typetable::fileTypeForExtension(extension);
     return type ? type : uti::data;
 }
 
 std::string typeForPackageExtension(const std::string& extension) {
-    auto found = packageTypes().find(lowered(extension));
-    return found == packageTypes().end() ? uti::package : found->second;
+    const char* type = typetable::packageTypeForExtension(extension);
+    return type ? type : uti::package;
 }
 
 bool isPackageExtension(const std::string& extension) {
-    return packageTypes().count(lowered(extension)) > 0;
+    return typetable::packageTypeForExtension(extension) != nullptr;
 }
 
 std::vector<std::string> conformanceTree(const std::string& type) {

@@ -1,6 +1,8 @@
 #include "Core/duplicates/DuplicateFileFinder.h"
 #include "Core/platform/Dispatch.h"
 
+#include "tests/dff/TreeFixtures.h"
+#include "tests/support/RecordingAnalytics.h"
 #include "tests/support/TempTree.h"
 
 #include <gtest/gtest.h>
@@ -69,6 +71,39 @@ TEST(DuplicateFileFinderBridge, NoHitsStillComplete) {
         DispatchQueue::runUntil([&] { return recorder->completions == 1; }, std::chrono::seconds(20)));
     EXPECT_TRUE(recorder->duplicates.empty());
     EXPECT_TRUE(recorder->similar.empty());
+}
+
+TEST(DuplicateFileFinderBridge, EachFinderHasAnEngineOfItsOwn) {
+    TempTree pairs, single;
+    std::ofstream(pairs.file("a")) << "same";
+    std::ofstream(pairs.file("b")) << "same";
+    single.file("only", 10);
+    DFFDuplicateFileFinder first;
+    first.setRootFolderURLs({URL::fileURL(pairs.path())});
+    {
+        DFFDuplicateFileFinder second;
+        second.setRootFolderURLs({URL::fileURL(single.path())});
+        EXPECT_TRUE(second.find(true).duplicateFiles.empty());
+    }
+    // Neither the second's settings nor its end reached the first.
+    auto found = first.find(true);
+    ASSERT_EQ(found.duplicateFiles.size(), 1u);
+    EXPECT_EQ(found.duplicateFiles[0].size(), 2u);
+}
+
+TEST(DuplicateFileFinderBridge, WhatTheWalkPassesOverIsLogged) {
+    TempTree tree;
+    tree.file("kept", 10);
+    dff::testing::Socket socket(tree.at("socket"));
+    auto recording = std::make_shared<core::testing::RecordingAnalytics>();
+    setAnalytics(recording);
+    DFFDuplicateFileFinder finder;
+    finder.setRootFolderURLs({URL::fileURL(tree.path())});
+    finder.find(true);
+    setAnalytics(nullptr);
+    auto logs = recording->logs();
+    ASSERT_EQ(logs.size(), 1u);
+    EXPECT_NE(logs[0].text.find(tree.at("socket")), std::string::npos);
 }
 
 } // namespace

@@ -1,5 +1,6 @@
-#include "dff/Entries.h"
 #include "dff/FileType.h"
+#include "dff/Entries.h"
+#include "types/UniformTypeTable.h"
 
 #include "tests/support/TempTree.h"
 
@@ -25,8 +26,8 @@ TEST(FileType, TheExtensionDecidesWhereTheTableKnowsIt) {
     // Whatever the content says: the extension is what a user named the file by.
     File photo(writeBytes(tree, "holiday.JPG", "not really a picture"), 20, nullptr);
     EXPECT_STREQ(photo.getType(), "public.jpeg");
-    EXPECT_STREQ(typeForExtension("TiFf"), "public.tiff");
-    EXPECT_EQ(typeForExtension("unheard-of"), nullptr);
+    EXPECT_STREQ(typetable::fileTypeForExtension("TiFf"), "public.tiff");
+    EXPECT_EQ(typetable::fileTypeForExtension("unheard-of"), nullptr);
 }
 
 TEST(FileType, ContentDecidesWhereTheExtensionSaysNothing) {

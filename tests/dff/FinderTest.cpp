@@ -1,16 +1,20 @@
 #include "dff/DuplicateFileFinder.h"
 
+#include "tests/dff/TreeFixtures.h"
 #include "tests/support/TempTree.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <climits>
 #include <fstream>
 #include <set>
 #include <unistd.h>
 
 using namespace dff;
 using core::testing::TempTree;
+using dff::testing::DeepFolder;
+using dff::testing::Socket;
 
 namespace {
 
@@ -29,7 +33,8 @@ protected:
     // The groups as sets of paths relative to the tree, in the engine's order.
     std::vector<std::set<std::string>> find(long long minSize = 0) {
         DuplicateFileFinder finder([&](double value) { progress.push_back(value); }, [](const Path&) {});
-        finder.rootFolders = {tree.path()};
+        finder.rootFolders = roots.empty() ? std::vector<Path>{tree.path()} : roots;
+        finder.log = [&](const std::string& line) { logLines.push_back(line); };
         finder.minFileSize = minSize;
         finder.excludeExtensions = excludeExtensions;
         finder.excludePaths = excludePaths;
@@ -59,7 +64,9 @@ protected:
     TempTree tree;
     std::vector<std::string> excludeExtensions;
     std::vector<Path> excludePaths;
+    std::vector<Path> roots;
     std::vector<double> progress;
+    std::vector<std::string> logLines;
     unsigned threads = SizeGroupRace::defaultThreads();
     // The groups of the last search with their members in the engine's order.
     std::vector<std::vector<std::string>> ordered;
@@ -152,12 +159,15 @@ TEST_F(FinderTest, ExcludedExtensionsAndPathsAreLeftOut) {
     writeContent(at("skip/x"), 300, 3);
     writeContent(at("skipped/x"), 300, 3);
     writeContent(at("keep/x"), 300, 3);
+    writeContent(at("e/x.LOG"), 400, 4);
+    writeContent(at("f/y.Log"), 400, 4);
     excludeExtensions = {".log"};
     excludePaths = {Path(tree.at("SKIP"))};
     auto groups = find();
     std::set<std::set<std::string>> found(groups.begin(), groups.end());
     // An ending as long as the whole name does not exclude it; a sibling whose path only begins
-    // with an excluded one stays in. Each folder holds one file, so the folders are the groups.
+    // with an excluded one stays in; endings compare without regard to case. Each folder holds one
+    // file, so the folders are the groups.
     EXPECT_TRUE(found.count({"c", "d"}));
     EXPECT_TRUE(found.count({"skipped", "keep"}));
     EXPECT_EQ(found.size(), 2u);
@@ -247,6 +257,92 @@ TEST_F(FinderTest, AStopWhileSizeGroupsRaceOnSeveralThreadsEndsTheSearch) {
     finder.find(duplicates, similar, true);
     // Only the size group that was being handed out when the stop came can have finished.
     EXPECT_LE(duplicates.size(), 1u);
+}
+
+TEST_F(FinderTest, AFileSystemThatReportsNoKindsGivesTheSameGroups) {
+    writeContent(at("a/one"), 5000, 1);
+    writeContent(at("a/two"), 70, 2);
+    writeContent(at("b/one"), 5000, 1);
+    writeContent(at("b/two"), 70, 2);
+    writeContent(at("loose/x"), 900, 3);
+    writeContent(at("y"), 900, 3);
+    writeContent(at("One.app/Contents/MacOS/tool"), 3000, 4);
+    writeContent(at("Two.app/Contents/MacOS/tool"), 3000, 4);
+    ASSERT_EQ(::symlink("one", at("a/link").c_str()), 0);
+    ASSERT_EQ(::symlink("one", at("b/link").c_str()), 0);
+    auto reported = find();
+    auto orderReported = ordered;
+    ASSERT_EQ(reported.size(), 3u);
+    FolderListing::KindsUnknown unknown;
+    EXPECT_EQ(find(), reported);
+    EXPECT_EQ(ordered, orderReported);
+}
+
+TEST_F(FinderTest, FoldersDeeperThanThePathLimitAreSearched) {
+    DeepFolder deep(tree.path(), PATH_MAX / 200 + 2);
+    deep.write("copy1", std::string(6000, 'x'));
+    deep.write("copy2", std::string(6000, 'x'));
+    deep.write("other", std::string(6000, 'y'));
+    ASSERT_GT(deep.path().size(), static_cast<std::size_t>(PATH_MAX));
+    auto groups = find();
+    ASSERT_EQ(groups.size(), 1u);
+    std::string inside = deep.path().substr(tree.path().size() + 1);
+    EXPECT_EQ(groups[0], (std::set<std::string>{inside + "/copy1", inside + "/copy2"}));
+    EXPECT_TRUE(logLines.empty());
+}
+
+TEST_F(FinderTest, WhatTheWalkPassesOverReachesTheLogWithItsPath) {
+    writeContent(at("a/x"), 100, 1);
+    writeContent(at("b/x"), 100, 1);
+    Socket socket(at("b/socket"));
+    auto groups = find();
+    // b is incomplete, so only the files match; the socket is named in the log.
+    EXPECT_EQ(groups, (std::vector<std::set<std::string>>{{"a/x", "b/x"}}));
+    ASSERT_EQ(logLines.size(), 1u);
+    EXPECT_NE(logLines[0].find(tree.at("b/socket")), std::string::npos);
+}
+
+TEST_F(FinderTest, AFolderIsNeverADuplicateOfItself) {
+    writeContent(at("ov/A/s/f"), 50000, 1);
+    writeContent(at("other/f"), 300, 2);
+    ASSERT_EQ(::symlink(tree.at("ov").c_str(), tree.at("link-to-ov").c_str()), 0);
+    for (const auto& second : {"ov", "ov/A", "ov/A/../A/s", "link-to-ov", "ov/./A/"}) {
+        roots = {tree.at("ov"), tree.at(second)};
+        EXPECT_TRUE(find().empty()) << second;
+        roots = {tree.at(second), tree.at("ov")};
+        EXPECT_TRUE(find().empty()) << second;
+    }
+}
+
+TEST_F(FinderTest, ARootInsideAHiddenFolderIsSearchedThoughTheOuterRootSkipsHiddenFolders) {
+    writeContent(at("top/.hidden/x"), 100, 1);
+    writeContent(at("top/.hidden/y"), 100, 1);
+    roots = {tree.at("top"), tree.at("top/.hidden")};
+    EXPECT_EQ(find(), (std::vector<std::set<std::string>>{{"top/.hidden/x", "top/.hidden/y"}}));
+}
+
+TEST_F(FinderTest, NamesOfOneFileAreNeverAGroup) {
+    writeContent(at("a/x"), 5000, 1);
+    ASSERT_EQ(::link(at("a/x").c_str(), at("b/x").c_str()), 0);
+    ASSERT_EQ(::link(at("a/x").c_str(), at("a/y").c_str()), 0);
+    EXPECT_TRUE(find().empty());
+    // A copy with blocks of its own is a duplicate of every name.
+    writeContent(at("z"), 5000, 1);
+    EXPECT_EQ(find(), (std::vector<std::set<std::string>>{{"a/x", "a/y", "b/x", "z"}}));
+}
+
+TEST_F(FinderTest, EachFinderThrottlesItsOwnPathReports) {
+    writeContent(at("a/x"), 100, 1);
+    int first = 0, second = 0;
+    DuplicateFileFinder one([](double) {}, [&](const Path&) { ++first; });
+    DuplicateFileFinder two([](double) {}, [&](const Path&) { ++second; });
+    one.rootFolders = two.rootFolders = {tree.path()};
+    Groups duplicates, similar;
+    one.find(duplicates, similar, true);
+    two.find(duplicates, similar, true);
+    // However close together, each search reports where it begins.
+    EXPECT_GE(first, 1);
+    EXPECT_GE(second, 1);
 }
 
 } // namespace

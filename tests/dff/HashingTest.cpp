@@ -1,14 +1,17 @@
+#include "dff/FolderListing.h"
 #include "dff/PackageHasher.h"
 #include "dff/SizeGroupRace.h"
 
+#include "tests/dff/TreeFixtures.h"
 #include "tests/support/TempTree.h"
+
+#include "types/UniformTypeTable.h"
 
 #include <gtest/gtest.h>
 
+#include <climits>
 #include <fstream>
 #include <random>
-#include <sys/socket.h>
-#include <sys/un.h>
 #include <unistd.h>
 
 using namespace dff;
@@ -179,13 +182,8 @@ TEST(PackageHasher, EmptyTooSmallAndUnknownEntries) {
     EXPECT_THROW(packageDigest(tree.at("small.app"), 1000), std::runtime_error);
 
     tree.folder("odd.app");
-    int fd = ::socket(AF_UNIX, SOCK_STREAM, 0);
-    sockaddr_un address{};
-    address.sun_family = AF_UNIX;
-    std::snprintf(address.sun_path, sizeof address.sun_path, "%s", tree.at("odd.app/socket").c_str());
-    ASSERT_EQ(::bind(fd, reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
+    dff::testing::Socket socket(tree.at("odd.app/socket"));
     EXPECT_THROW(packageDigest(tree.at("odd.app")), std::runtime_error);
-    ::close(fd);
 }
 
 TEST(PackageHasher, PackagesAndTheirSizes) {
@@ -198,6 +196,42 @@ TEST(PackageHasher, PackagesAndTheirSizes) {
     EXPECT_FALSE(isPackagePath(tree.at("folder").c_str()));
     EXPECT_EQ(packageFileSize(tree.at("Tool.APP")), 3000);
     EXPECT_EQ(packageFileSize(tree.at("folder")), 0);
+}
+
+TEST(PackageHasher, AFileSystemThatReportsNoKindsGivesTheSameDigestAndSize) {
+    TempTree tree;
+    tree.file("one.app/Contents/MacOS/tool", 5000);
+    tree.file("one.app/Contents/Resources/a.txt", 10);
+    ASSERT_EQ(::symlink("MacOS/tool", tree.at("one.app/Contents/current").c_str()), 0);
+    auto reported = packageDigest(tree.at("one.app"));
+    auto size = packageFileSize(tree.at("one.app"));
+    FolderListing::KindsUnknown unknown;
+    EXPECT_EQ(packageDigest(tree.at("one.app")), reported);
+    EXPECT_EQ(packageFileSize(tree.at("one.app")), size);
+}
+
+TEST(PackageHasher, EveryPackageExtensionOfTheTableMakesAPackage) {
+    TempTree tree;
+    for (const auto& row : typetable::packageTypes) {
+        std::string name = std::string("x.") + row.extension;
+        tree.folder(name);
+        EXPECT_TRUE(isPackagePath(tree.at(name).c_str())) << name;
+    }
+}
+
+TEST(PackageHasher, PackagesDeeperThanThePathLimitAreDigested) {
+    TempTree tree;
+    dff::testing::DeepFolder deep(tree.path(), PATH_MAX / 200 + 2);
+    deep.write("x", std::string(3000, 'x'));
+    deep.link("l", "x");
+    std::string inner(200, 'd');
+    std::ofstream(tree.file("shallow/" + inner + "/x")) << std::string(3000, 'x');
+    ASSERT_EQ(::symlink("x", tree.at("shallow/" + inner + "/l").c_str()), 0);
+    // The package is the deep folder's parent: the same layout as the shallow one.
+    std::string package = deep.path().substr(0, deep.path().rfind('/'));
+    ASSERT_GT(package.size(), static_cast<std::size_t>(PATH_MAX));
+    EXPECT_EQ(packageFileSize(package), 3001);
+    EXPECT_EQ(packageDigest(package), packageDigest(tree.at("shallow")));
 }
 
 } // namespace
