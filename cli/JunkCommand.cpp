@@ -1,6 +1,7 @@
 // tidewell junk: runs the junk scan as the application would and reports every category.
 #include "cli/Command.h"
 #include "cli/JsonRecords.h"
+#include "cli/Resources.h"
 #include "cli/Terminal.h"
 
 #include "Core/foundation/SizeString.h"
@@ -176,6 +177,7 @@ public:
 
     int run(const GlobalOptions& options) override {
         auto config = parseOnly(only_);
+        requireApplicationResources();
         auto report = std::make_shared<JunkReport>(options.quiet);
         auto finder = core::JunkFileFinder::make();
         finder->delegate = report;

@@ -3,9 +3,9 @@
 #include "cli/Command.h"
 
 #include "Core/foundation/AESHelper.h"
-#include "Core/platform/SystemPaths.h"
 #include "Core/rules/AppFileRule.h"
 
+#include <filesystem>
 #include <fstream>
 #include <iostream>
 #include <map>
@@ -16,6 +16,10 @@ namespace tidewell {
 namespace {
 
 std::string readFile(const std::string& path) {
+    std::error_code error;
+    // A folder opens as a stream that reads nothing, which would pass for an empty document.
+    if (std::filesystem::is_directory(path, error))
+        throw UsageError(path + " is a folder, not a document");
     std::ifstream in(path, std::ios::binary);
     if (!in)
         throw UsageError("cannot read " + path);
@@ -46,9 +50,9 @@ const char* typeName(core::RuleID::Type type) {
     return "";
 }
 
-nlohmann::json droppedJson(const std::vector<core::DroppedEntry>& dropped) {
+nlohmann::json notesJson(const std::vector<core::EntryNote>& notes) {
     auto array = nlohmann::json::array();
-    for (const auto& entry : dropped)
+    for (const auto& entry : notes)
         array.push_back({{"rule", entry.ruleKey},
                          {"section", entry.section},
                          {"kind", entry.kind},
@@ -84,10 +88,19 @@ nlohmann::json summary(const core::RuleManager& rules) {
     }
     return {{"rules", byType},
             {"entries", entriesBySection},
-            {"dropped", droppedJson(rules.dropped)},
+            {"dropped", notesJson(rules.dropped)},
+            {"warnings", notesJson(rules.warnings)},
             {"indexes",
              {{"full", indexJson(core::AppFileRule(rules, true))},
               {"cacheAndLog", indexJson(core::AppFileRule(rules, false))}}}};
+}
+
+void printNotes(const char* title, const nlohmann::json& notes) {
+    std::cout << title << ": " << notes.size() << '\n';
+    for (const auto& entry : notes)
+        std::cout << "  " << entry["rule"].get<std::string>() << " / " << entry["section"].get<std::string>()
+                  << " / " << entry["kind"].get<std::string>() << ": " << entry["entry"].get<std::string>()
+                  << " (" << entry["reason"].get<std::string>() << ")\n";
 }
 
 void printHuman(const nlohmann::json& report) {
@@ -103,11 +116,8 @@ void printHuman(const nlohmann::json& report) {
         for (const auto& [root, count] : index["roots"].items())
             std::cout << "  " << root << "  " << count << '\n';
     }
-    std::cout << "Dropped entries: " << report["dropped"].size() << '\n';
-    for (const auto& entry : report["dropped"])
-        std::cout << "  " << entry["rule"].get<std::string>() << " / " << entry["section"].get<std::string>()
-                  << " / " << entry["kind"].get<std::string>() << ": " << entry["entry"].get<std::string>()
-                  << " (" << entry["reason"].get<std::string>() << ")\n";
+    printNotes("Dropped entries", report["dropped"]);
+    printNotes("Warnings", report["warnings"]);
 }
 
 class RulesCommand final : public Command {
@@ -123,21 +133,24 @@ public:
 
     int run(const GlobalOptions& options) override {
         if (!encrypt_.empty()) {
-            writeFile(encrypt_[1], core::AESHelper::shared().encrypt(readFile(encrypt_[0])));
+            auto cipher = core::AESHelper::shared().encrypt(readFile(encrypt_[0]));
+            if (!cipher)
+                throw UsageError(encrypt_[0] + " is too large to encipher");
+            writeFile(encrypt_[1], *cipher);
             return 0;
         }
         if (!decrypt_.empty()) {
-            auto plain = core::AESHelper::shared().decrypt(readFile(decrypt_[0]));
+            auto plain = core::AESHelper::shared().decryptBytes(readFile(decrypt_[0]));
             if (!plain)
                 throw UsageError(decrypt_[0] + " does not decipher");
             writeFile(decrypt_[1], *plain);
             return 0;
         }
-        auto roots = core::RuleManager::currentRoots();
-        auto loaded = check_.empty()
-                          ? core::RuleManager::fromEncryptedFile(
-                                core::SystemPaths::shared().resourcesDirectory() + "/ruleInfo.txt", roots)
-                          : core::RuleManager::fromDocument(readFile(check_), roots);
+        auto loaded =
+            check_.empty()
+                ? core::RuleManager::sharedLoad()
+                : core::RuleManager::fromDocument(readFile(check_), core::RuleManager::currentRoots(),
+                                                  core::RuleManager::ExpressionProbe::probe);
         if (!loaded.manager)
             throw UsageError(loaded.error);
         auto report = summary(*loaded.manager);
@@ -145,8 +158,10 @@ public:
             std::cout << report.dump(2) << '\n';
         else
             printHuman(report);
-        // A check fails when the grammar dropped anything, so that a script can stop on it.
-        return !check_.empty() && !loaded.manager->dropped.empty() ? 1 : 0;
+        // A check fails when the grammar dropped or warned of anything, so that a script can stop
+        // on it.
+        bool findings = !loaded.manager->dropped.empty() || !loaded.manager->warnings.empty();
+        return !check_.empty() && findings ? 1 : 0;
     }
 
 private:

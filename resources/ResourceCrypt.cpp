@@ -1,4 +1,5 @@
-// Enciphers a resource document as the library reads it, or deciphers one for inspection:
+// Enciphers a resource document as the library reads it, or deciphers one for inspection, byte for
+// byte either way:
 //   resource_crypt encrypt|decrypt IN OUT
 #include "Core/foundation/AESHelper.h"
 
@@ -21,12 +22,15 @@ int main(int argc, char** argv) {
     std::stringstream input;
     input << in.rdbuf();
     const auto& helper = core::AESHelper::shared();
-    auto output = mode == "encrypt" ? std::optional<std::string>(helper.encrypt(input.str()))
-                                    : helper.decrypt(input.str());
+    auto output = mode == "encrypt" ? helper.encrypt(input.str()) : helper.decryptBytes(input.str());
     if (!output) {
-        std::fprintf(stderr, "resource_crypt: %s does not decipher\n", argv[2]);
+        std::fprintf(stderr, "resource_crypt: cannot %s %s\n", mode.c_str(), argv[2]);
         return 1;
     }
-    std::ofstream(argv[3], std::ios::binary) << *output;
+    std::ofstream out(argv[3], std::ios::binary | std::ios::trunc);
+    if (!(out << *output)) {
+        std::fprintf(stderr, "resource_crypt: cannot write %s\n", argv[3]);
+        return 1;
+    }
     return 0;
 }

@@ -3,6 +3,7 @@
 #include "Core/platform/Text.h"
 
 #include <algorithm>
+#include <limits>
 #include <memory>
 #include <openssl/evp.h>
 
@@ -17,6 +18,9 @@ struct ContextFree {
 };
 
 std::optional<std::string> run(const std::string& input, bool encrypting) {
+    // The cipher counts in int, and the output holds one more block than the input.
+    if (input.size() > static_cast<std::size_t>(std::numeric_limits<int>::max()) - 32)
+        return std::nullopt;
     std::unique_ptr<EVP_CIPHER_CTX, ContextFree> context(EVP_CIPHER_CTX_new());
     if (!context ||
         EVP_CipherInit_ex(context.get(), EVP_aes_128_cbc(), nullptr, key, vector, encrypting ? 1 : 0) != 1)
@@ -39,21 +43,23 @@ const AESHelper& AESHelper::shared() {
     return helper;
 }
 
-std::optional<std::string> AESHelper::decrypt(const std::string& data) const {
+std::optional<std::string> AESHelper::decryptBytes(const std::string& data) const {
     // An empty input is no ciphertext: there is not even a padding block.
     if (data.empty() || data.size() % 16 != 0)
         return std::nullopt;
-    auto plain = run(data, false);
-    if (!plain)
+    return run(data, false);
+}
+
+std::optional<std::string> AESHelper::decrypt(const std::string& data) const {
+    auto plain = decryptBytes(data);
+    if (!plain || !isValidUtf8(*plain))
         return std::nullopt;
-    if (!isValidUtf8(*plain))
-        return std::string();
     plain->erase(std::remove(plain->begin(), plain->end(), '\0'), plain->end());
     return plain;
 }
 
-std::string AESHelper::encrypt(const std::string& text) const {
-    return run(text, true).value_or(std::string());
+std::optional<std::string> AESHelper::encrypt(const std::string& bytes) const {
+    return run(bytes, true);
 }
 
 } // namespace core

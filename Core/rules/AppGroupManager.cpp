@@ -4,8 +4,6 @@
 #include "Core/platform/SystemPaths.h"
 
 #include <array>
-#include <cstdio>
-#include <cstdlib>
 #include <yaml-cpp/yaml.h>
 
 namespace core {
@@ -119,18 +117,28 @@ AppGroupManager::LoadResult AppGroupManager::fromDocuments(const std::string& ve
     return {std::move(created), {}};
 }
 
+AppGroupManager::LoadResult AppGroupManager::fromFolder(const std::string& folder) {
+    std::array<std::string, 2> texts;
+    std::array<const char*, 2> names = {"app_vender.yaml", "app_group.yaml"};
+    for (std::size_t index = 0; index < names.size(); ++index) {
+        auto path = folder + "/" + names[index];
+        auto text = readFileContents(path);
+        if (!text)
+            return {nullptr, "cannot read the document " + path};
+        texts[index] = std::move(*text);
+    }
+    return fromDocuments(texts[0], texts[1]);
+}
+
+const AppGroupManager::LoadResult& AppGroupManager::sharedLoad() {
+    static const LoadResult loaded = fromFolder(SystemPaths::shared().resourcesDirectory());
+    return loaded;
+}
+
 const AppGroupManager& AppGroupManager::shared() {
-    static const std::shared_ptr<const AppGroupManager> instance = [] {
-        auto folder = SystemPaths::shared().resourcesDirectory();
-        auto loaded = fromDocuments(readFileContents(folder + "/app_vender.yaml").value_or(""),
-                                    readFileContents(folder + "/app_group.yaml").value_or(""));
-        if (!loaded.manager) {
-            std::fprintf(stderr, "fatal: %s\n", loaded.error.c_str());
-            std::exit(EXIT_FAILURE);
-        }
-        return loaded.manager;
-    }();
-    return *instance;
+    static const AppGroupManager none;
+    const auto& loaded = sharedLoad();
+    return loaded.manager ? *loaded.manager : none;
 }
 
 AppVender AppGroupManager::getVender(const CaseInsensitiveString& id) const {

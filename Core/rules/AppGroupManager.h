@@ -82,8 +82,12 @@ public:
     };
     // From the texts of the two documents; a text that is not a mapping of entries is refused.
     static LoadResult fromDocuments(const std::string& vendorYaml, const std::string& groupYaml);
-    // The documents of the resources folder, loaded at first use; a document that cannot be
-    // loaded ends the process with a message, as the rule document does.
+    // From "app_vender.yaml" and "app_group.yaml" of a folder; a missing document is refused.
+    static LoadResult fromFolder(const std::string& folder);
+    // The process-wide load of the documents of the resources folder, made at first use; a host
+    // checks it before it relies on vendors or groups.
+    static const LoadResult& sharedLoad();
+    // The process-wide vendors and groups; none known when sharedLoad() failed.
     static const AppGroupManager& shared();
 
     // Never fails: the listed identifiers first, then the vendor of the identifier's domain, then

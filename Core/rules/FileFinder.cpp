@@ -2,8 +2,7 @@
 
 #include "Core/foundation/FileFinderContext.h"
 #include "Core/foundation/FileManager.h"
-
-#include <sys/stat.h>
+#include "Core/platform/PathExistence.h"
 
 namespace core {
 
@@ -183,8 +182,9 @@ FileNode* FileFinder::lookup(DirectoryInfo& folder, const CaseInsensitiveString&
     if (folder.scanned)
         return nullptr;
     ++lookups_;
-    struct stat info {};
-    bool exists = ::lstat(folder.url.appendingPathComponent(name.origin()).path().c_str(), &info) == 0;
+    // A link whose target is gone is nothing an application keeps, and its size is not the size of
+    // what it stood for.
+    bool exists = existsFollowingLinks(folder.url.appendingPathComponent(name.origin()).path());
     auto state = exists ? FileNode::State::unknown : FileNode::State::notExists;
     return &folder.children.emplace(name, FileNode{state, name.origin(), {}, {}}).first->second;
 }

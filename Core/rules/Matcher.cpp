@@ -93,6 +93,25 @@ bool splitPriority(const std::string& entry, std::string& digits, std::string& p
     return true;
 }
 
+// Takes out "." and resolves ".." against the piece before it, as the walk would meet them. False
+// when a ".." climbs above the root: a rule names places inside its root only.
+bool normalise(std::vector<std::string>& pieces) {
+    std::vector<std::string> kept;
+    for (auto& piece : pieces) {
+        if (piece == ".")
+            continue;
+        if (piece != "..") {
+            kept.push_back(std::move(piece));
+            continue;
+        }
+        if (kept.empty())
+            return false;
+        kept.pop_back();
+    }
+    pieces = std::move(kept);
+    return true;
+}
+
 } // namespace
 
 ParsedEntry PathMatcher::parse(const std::string& entry, std::int64_t defaultPriority,
@@ -107,8 +126,6 @@ ParsedEntry PathMatcher::parse(const std::string& entry, std::int64_t defaultPri
     }
     auto split = splitDroppingEmpty(path, '/');
     if (!path.empty() && path.front() == '/') {
-        if (split.empty())
-            return dropped("no piece after the root /");
         matcher.root = URL::fileURL(roots.root);
     } else {
         if (split.size() < 2)
@@ -124,6 +141,10 @@ ParsedEntry PathMatcher::parse(const std::string& entry, std::int64_t defaultPri
             return dropped("unknown root " + first + " (Home, Lib, Tmp or /)");
         split.erase(split.begin());
     }
+    if (!normalise(split))
+        return dropped("the path leaves its root");
+    if (split.empty())
+        return dropped("no piece after the root");
     for (std::size_t i = 0; i < split.size(); ++i) {
         std::string reason;
         auto piece = Matcher::parse(split[i], &reason);

@@ -1,5 +1,6 @@
 #include "Core/rules/PublicSuffixList.h"
 
+#include "Core/foundation/CaseInsensitiveString.h"
 #include "Core/platform/FileInfo.h"
 #include "Core/platform/SystemPaths.h"
 #include "Core/platform/Text.h"
@@ -56,23 +57,40 @@ PublicSuffixList::PublicSuffixList(const std::string& text) {
     }
 }
 
+PublicSuffixList::LoadResult PublicSuffixList::fromFile(const std::string& path) {
+    auto text = readFileContents(path);
+    if (!text)
+        return {nullptr, "cannot read the public suffix list " + path};
+    auto list = std::make_shared<const PublicSuffixList>(*text);
+    if (list->ruleCount() == 0)
+        return {nullptr, "the public suffix list " + path + " holds no rule"};
+    return {std::move(list), {}};
+}
+
+const PublicSuffixList::LoadResult& PublicSuffixList::sharedLoad() {
+    static const LoadResult loaded =
+        fromFile(SystemPaths::shared().resourcesDirectory() + "/public_suffix_list.dat");
+    return loaded;
+}
+
 const PublicSuffixList& PublicSuffixList::shared() {
-    static const PublicSuffixList list(
-        readFileContents(SystemPaths::shared().resourcesDirectory() + "/public_suffix_list.dat")
-            .value_or(""));
-    return list;
+    static const PublicSuffixList none("");
+    const auto& loaded = sharedLoad();
+    return loaded.list ? *loaded.list : none;
 }
 
 std::optional<std::string> PublicSuffixList::organization(const std::string& bundleID) const {
+    // The list is written in lower case; the answer keeps the spelling of the identifier.
     auto pieces = splitDroppingEmpty(bundleID, '.');
-    if (pieces.size() < 2)
+    auto labels = splitDroppingEmpty(CaseInsensitiveString(bundleID).lowercaseString(), '.');
+    if (pieces.size() < 2 || labels.size() != pieces.size())
         return std::nullopt;
-    auto top = publicSuffixRules_.find(pieces[0]);
+    auto top = publicSuffixRules_.find(labels[0]);
     if (top == publicSuffixRules_.end())
         return std::nullopt;
     const PublicSuffixRule* node = top->second.get();
     for (std::size_t i = 1; i < pieces.size(); ++i) {
-        const std::string& piece = pieces[i];
+        const std::string& piece = labels[i];
         bool last = i + 1 == pieces.size();
         if (auto deeper = node->next.find(piece); deeper != node->next.end()) {
             if (last)
@@ -84,10 +102,10 @@ std::optional<std::string> PublicSuffixList::organization(const std::string& bun
         // registrable themselves.
         if (node->exclude) {
             if (node->exclude->count(piece))
-                return piece;
+                return pieces[i];
             return last ? std::nullopt : std::optional<std::string>(pieces[i + 1]);
         }
-        return node->isSuffix ? std::optional<std::string>(piece) : std::nullopt;
+        return node->isSuffix ? std::optional<std::string>(pieces[i]) : std::nullopt;
     }
     return std::nullopt;
 }

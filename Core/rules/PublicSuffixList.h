@@ -1,5 +1,6 @@
 // The published list of public suffixes as a tree of labels, to tell the organisation a bundle
-// identifier names: "com.example.app" and "uk.co.example.app" both give "example".
+// identifier names: "com.example.app" and "uk.co.example.app" both give "example". Labels compare
+// without regard to case, as domain names do.
 //
 // Threading: immutable after construction; read from any thread.
 #pragma once
@@ -25,7 +26,19 @@ class PublicSuffixList {
 public:
     // From the text of the list, in its published format.
     explicit PublicSuffixList(const std::string& text);
-    // "public_suffix_list.dat" of the resources folder, loaded at first use.
+
+    struct LoadResult {
+        std::shared_ptr<const PublicSuffixList> list;
+        // Why the list was refused, when list is null.
+        std::string error;
+    };
+    // A file that cannot be read or holds no rule is refused: an empty list would quietly give
+    // every application no organisation.
+    static LoadResult fromFile(const std::string& path);
+    // The process-wide load of "public_suffix_list.dat" of the resources folder, made at first use;
+    // a host checks it before a scan.
+    static const LoadResult& sharedLoad();
+    // The process-wide list; an empty one when sharedLoad() failed.
     static const PublicSuffixList& shared();
 
     // The registrable label of the domain a bundle identifier reads backwards; absent when the

@@ -2,6 +2,10 @@
 // groups. Two expressions compiled from the same pattern and options are equal and hash alike,
 // though they are different objects.
 //
+// Patterns come from a document a person writes, and a badly written one backtracks for ages over
+// an unlucky name: every match runs under a step and a memory limit. A match that hits a limit
+// counts as no match and is reported through analytics with the pattern and the text.
+//
 // Threading: immutable; matching from many threads at once is safe.
 #pragma once
 
@@ -28,6 +32,10 @@ public:
     std::optional<Match> firstMatch(const std::string& text) const;
     bool matches(const std::string& text) const { return firstMatch(text).has_value(); }
 
+    // True when some text made of the pattern's own characters drives the match into its limits:
+    // the sign of nested repetitions that backtrack without end on a near miss.
+    bool backtracksCatastrophically() const;
+
     const std::string& pattern() const { return pattern_; }
     bool caseInsensitive() const { return caseInsensitive_; }
 
@@ -36,7 +44,10 @@ public:
     }
 
 private:
+    enum class Search { found, notFound, gaveUp };
     Regex() = default;
+    Search search(const std::string& text, Match* match) const;
+
     std::string pattern_;
     bool caseInsensitive_ = false;
     int idGroup_ = -1;

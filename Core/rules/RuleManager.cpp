@@ -4,8 +4,6 @@
 #include "Core/platform/FileInfo.h"
 #include "Core/platform/SystemPaths.h"
 
-#include <cstdio>
-#include <cstdlib>
 #include <unordered_set>
 #include <yaml-cpp/yaml.h>
 
@@ -120,9 +118,25 @@ std::vector<CaseInsensitiveString> readIds(const YAML::Node& node, const std::st
     return ids;
 }
 
+// The expressions of one parsed entry, in its pieces' order.
+std::vector<const Regex*> expressionsOf(const PathMatcher& matcher) {
+    std::vector<const Regex*> expressions;
+    for (const auto& piece : matcher.pathMatchers)
+        if (piece.expression())
+            expressions.push_back(&*piece.expression());
+    if (matcher.nameMatcher.expression())
+        expressions.push_back(&*matcher.nameMatcher.expression());
+    return expressions;
+}
+
+std::string runawayWarning(const Regex& expression) {
+    return "the expression " + expression.pattern() + " backtracks without end on a near miss";
+}
+
 class DocumentLoader {
 public:
-    DocumentLoader(RuleManager& manager, const RuleRoots& roots) : manager_(manager), roots_(roots) {}
+    DocumentLoader(RuleManager& manager, const RuleRoots& roots, RuleManager::ExpressionProbe probe)
+        : manager_(manager), roots_(roots), probe_(probe == RuleManager::ExpressionProbe::probe) {}
 
     void load(const std::string& text) {
         YAML::Node document;
@@ -144,6 +158,9 @@ private:
         auto ruleID = RuleID::parse(key, &reason);
         if (!ruleID)
             throw InvalidDocument{reason};
+        noteRepeatedKey(key, *ruleID);
+        if (ruleID->expression())
+            probe(*ruleID->expression(), {key, "", "", "", ""});
         std::string where = "the rule " + key;
         if (!body.IsNull())
             require(body, YAML::NodeType::Map, where, "a mapping");
@@ -187,18 +204,39 @@ private:
                 auto parsed = PathMatcher::parse(path.Scalar(), priority, roots_);
                 if (parsed.status == ParsedEntry::Status::invalid)
                     throw InvalidDocument{where + ", entry " + path.Scalar() + ": " + parsed.reason};
-                if (parsed.matcher)
-                    matchers.push_back(std::move(*parsed.matcher));
-                else
-                    manager_.dropped.push_back(
-                        {key, sectionName(section), kind, path.Scalar(), parsed.reason});
+                EntryNote note{key, sectionName(section), kind, path.Scalar(), parsed.reason};
+                if (!parsed.matcher) {
+                    manager_.dropped.push_back(std::move(note));
+                    continue;
+                }
+                for (const auto* expression : expressionsOf(*parsed.matcher))
+                    probe(*expression, note);
+                matchers.push_back(std::move(*parsed.matcher));
             }
         }
         return entries;
     }
 
+    // Keys equal as rule identifiers (the same id in another case, or written twice) replace one
+    // another: the later one wins, which an author rarely means.
+    void noteRepeatedKey(const std::string& key, const RuleID& ruleID) {
+        auto [earlier, added] = keys_.emplace(ruleID, key);
+        if (!added)
+            manager_.warnings.push_back(
+                {key, "", "", "", "the rule key repeats " + earlier->second + "; the later one replaces it"});
+    }
+
+    void probe(const Regex& expression, EntryNote note) {
+        if (!probe_ || !expression.backtracksCatastrophically())
+            return;
+        note.reason = runawayWarning(expression);
+        manager_.warnings.push_back(std::move(note));
+    }
+
     RuleManager& manager_;
     const RuleRoots& roots_;
+    const bool probe_;
+    std::unordered_map<RuleID, std::string> keys_;
 };
 
 // The folder that holds the per-user temporary folders beside their caches; where the temporary
@@ -217,10 +255,11 @@ RuleRoots RuleManager::currentRoots() {
     return {paths.root(), paths.home(), paths.userLibrary(), temporaryRoot(paths)};
 }
 
-RuleManager::LoadResult RuleManager::fromDocument(const std::string& yaml, const RuleRoots& roots) {
+RuleManager::LoadResult RuleManager::fromDocument(const std::string& yaml, const RuleRoots& roots,
+                                                  ExpressionProbe probe) {
     auto manager = std::make_shared<RuleManager>();
     try {
-        DocumentLoader(*manager, roots).load(yaml);
+        DocumentLoader(*manager, roots, probe).load(yaml);
     } catch (const InvalidDocument& invalid) {
         return {nullptr, invalid.message};
     }
@@ -233,21 +272,20 @@ RuleManager::LoadResult RuleManager::fromEncryptedFile(const std::string& path, 
         return {nullptr, "cannot read the rule document " + path};
     auto text = AESHelper::shared().decrypt(*bytes);
     if (!text)
-        return {nullptr, "the rule document " + path + " does not decrypt"};
+        return {nullptr, "the rule document " + path + " does not decipher to text: it is damaged"};
     return fromDocument(*text, roots);
 }
 
+const RuleManager::LoadResult& RuleManager::sharedLoad() {
+    static const LoadResult loaded =
+        fromEncryptedFile(SystemPaths::shared().resourcesDirectory() + "/ruleInfo.txt", currentRoots());
+    return loaded;
+}
+
 const RuleManager& RuleManager::shared() {
-    static const std::shared_ptr<const RuleManager> instance = [] {
-        auto path = SystemPaths::shared().resourcesDirectory() + "/ruleInfo.txt";
-        auto loaded = fromEncryptedFile(path, currentRoots());
-        if (!loaded.manager) {
-            std::fprintf(stderr, "fatal: %s\n", loaded.error.c_str());
-            std::exit(EXIT_FAILURE);
-        }
-        return loaded.manager;
-    }();
-    return *instance;
+    static const RuleManager none;
+    const auto& loaded = sharedLoad();
+    return loaded.manager ? *loaded.manager : none;
 }
 
 RuleManager::Extra RuleManager::extraInfo(const std::string& id) const {

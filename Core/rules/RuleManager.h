@@ -2,9 +2,11 @@
 // its caches, logs, support files and the rest lie. It is read once, from the encrypted resource
 // "ruleInfo.txt", into typed rules that the matcher index compiles.
 //
-// A document that does not decode, an invalid rule key or a priority too large stops the load:
-// the rule engine cannot work without its knowledge. An entry that only fails to parse (a wrong
-// root, too few pieces, a bad expression) is dropped, and kept in `dropped` with the reason.
+// A document that does not decipher or decode, an invalid rule key or a priority too large stops
+// the load: the rule engine cannot work without its knowledge. An entry that only fails to parse (a
+// wrong root, too few pieces, a path that leaves its root, a bad expression) is dropped, and kept in
+// `dropped` with the reason. What an author would want to hear of but does not stop the entry (a
+// repeated rule key, an expression that backtracks without end) is kept in `warnings`.
 //
 // Threading: built once; immutable and read from any thread afterwards.
 #pragma once
@@ -93,8 +95,8 @@ struct ExtraInfo {
     std::optional<CaseInsensitiveString> organization;
 };
 
-// An entry the grammar could not take, and why.
-struct DroppedEntry {
+// An entry the grammar could not take, or one it took with a warning, and why.
+struct EntryNote {
     std::string ruleKey;
     std::string section;
     std::string kind;
@@ -110,23 +112,30 @@ public:
         std::string error;
     };
 
+    // Probing every expression for runaway backtracking takes a moment per expression: a check for
+    // authors asks for it, a load for a scan does not.
+    enum class ExpressionProbe { skip, probe };
+
     // From the document's plain YAML text.
-    static LoadResult fromDocument(const std::string& yaml, const RuleRoots& roots);
+    static LoadResult fromDocument(const std::string& yaml, const RuleRoots& roots,
+                                   ExpressionProbe probe = ExpressionProbe::skip);
     // From the encrypted file, as shipped.
     static LoadResult fromEncryptedFile(const std::string& path, const RuleRoots& roots);
     // The roots of the process: home, its Library, the temporary folder, and "/" under the root.
     static RuleRoots currentRoots();
 
-    // The process-wide rules, from "ruleInfo.txt" in the resources folder, loaded at first use. A
-    // document that cannot be loaded ends the process with a message on stderr: nothing the
-    // library does with applications can go on without it. Hosts that want to report it
-    // themselves load it first with fromEncryptedFile.
+    // The process-wide load of "ruleInfo.txt" in the resources folder, made at first use. Nothing
+    // the library does with applications works without it, so a host checks it before a scan and
+    // tells the user why it cannot go on.
+    static const LoadResult& sharedLoad();
+    // The process-wide rules; no rules at all when sharedLoad() failed.
     static const RuleManager& shared();
 
     std::unordered_map<RuleID, Rule> rules;
     std::unordered_map<CaseInsensitiveString, ExtraInfo> extraInfos;
     std::vector<std::pair<Regex, ExtraInfo>> regexExtraInfos;
-    std::vector<DroppedEntry> dropped;
+    std::vector<EntryNote> dropped;
+    std::vector<EntryNote> warnings;
 
     struct Extra {
         std::vector<CaseInsensitiveString> ids;

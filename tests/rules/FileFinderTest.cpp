@@ -1,13 +1,16 @@
 #include "Core/rules/FileFinder.h"
 
+#include "tests/support/RecordingAnalytics.h"
 #include "tests/support/TempTree.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <filesystem>
 #include <map>
 
 using namespace core;
+using core::testing::ScopedRecordingAnalytics;
 using core::testing::TempTree;
 
 namespace {
@@ -171,6 +174,36 @@ TEST_F(FileFinderTest, RecordsBecomeAppFilesSizedOnce) {
     home.file("Library/Caches/Example/more", 100000);
     EXPECT_EQ(FileFinder::appFiles(records)[0].size, files[0].size);
     EXPECT_EQ(files[0].kind, AppFileKind(AppFileKind::Tag::cache));
+}
+
+TEST_F(FileFinderTest, AnExpressionThatRunsAwayMatchesNothingAndIsReported) {
+    ScopedRecordingAnalytics recorded;
+    home.file("Library/Caches/" + std::string(40, 'a') + "b", 1);
+    home.file("Library/Caches/aaa", 1);
+    build("a.app:\n  caches:\n    cache: ['Lib/Caches/^(a+)+$']\n");
+    EXPECT_EQ(walk("a.app"), (std::vector<Claim>{{"Library/Caches/aaa", "a.app", "cache", "a.app"}}));
+    auto logs = recorded->logs();
+    ASSERT_EQ(logs.size(), 1u);
+    EXPECT_NE(logs[0].text.find("^(a+)+$"), std::string::npos);
+    EXPECT_NE(logs[0].text.find(std::string(40, 'a') + "b"), std::string::npos);
+}
+
+TEST_F(FileFinderTest, EntriesThatClimbOutOfTheirRootFindNothing) {
+    root.file("etc/passwd", 10);
+    root.file("tmp/x", 10);
+    home.file("Library/Logs/kept.log", 10);
+    build("a.app:\n  logs:\n    log: ['Home/../etc/*', 'Lib/../../etc', '/../../tmp/x', "
+          "'Lib/Caches/../Logs/*']\n");
+    EXPECT_EQ(walk("a.app"), (std::vector<Claim>{{"Library/Logs/kept.log", "a.app", "log", "a.app"}}));
+    EXPECT_EQ(rules->dropped.size(), 3u);
+}
+
+TEST_F(FileFinderTest, ALiteralBehindADanglingLinkDoesNotExist) {
+    auto target = home.file("Library/Caches/Target", 10);
+    std::filesystem::create_symlink(target, home.at("Library/Caches/Linked"));
+    std::filesystem::create_symlink(home.at("Library/Caches/Gone"), home.at("Library/Caches/Dangling"));
+    build("a.app:\n  caches:\n    cache: [Lib/Caches/Linked, Lib/Caches/Dangling]\n");
+    EXPECT_EQ(walk("a.app"), (std::vector<Claim>{{"Library/Caches/Linked", "a.app", "cache", "a.app"}}));
 }
 
 } // namespace

@@ -1,10 +1,14 @@
 #include "Core/rules/AppFileRule.h"
 #include "Core/rules/AppGroupManager.h"
 #include "Core/rules/PublicSuffixList.h"
+#include "tests/support/TempTree.h"
 
 #include <gtest/gtest.h>
 
+#include <fstream>
+
 using namespace core;
+using core::testing::TempTree;
 
 namespace {
 
@@ -121,7 +125,31 @@ TEST(PublicSuffixList, RegistrableLabelOfBundleIdentifiers) {
     EXPECT_EQ(list.organization("ck.www.app"), "www");
 }
 
+TEST(PublicSuffixList, LabelsCompareWithoutRegardToCase) {
+    PublicSuffixList list("com\nuk\nco.uk\n*.ck\n!www.ck\n");
+    EXPECT_EQ(list.organization("COM.GOOGLE.CHROME"), "GOOGLE");
+    EXPECT_EQ(list.organization("Uk.Co.Example.App"), "Example");
+    EXPECT_FALSE(list.organization("UK.CO").has_value());
+    EXPECT_EQ(list.organization("CK.WWW.app"), "WWW");
+    EXPECT_EQ(list.organization("CK.Shop.Example"), "Example");
+}
+
+TEST(PublicSuffixList, AMissingOrEmptyListIsAnError) {
+    TempTree folder;
+    auto missing = PublicSuffixList::fromFile(folder.at("public_suffix_list.dat"));
+    EXPECT_FALSE(missing.list);
+    EXPECT_NE(missing.error.find("public_suffix_list.dat"), std::string::npos);
+    auto empty = PublicSuffixList::fromFile(folder.file("empty.dat"));
+    EXPECT_FALSE(empty.list);
+    EXPECT_FALSE(empty.error.empty());
+    std::ofstream(folder.at("list.dat")) << "com\n";
+    auto loaded = PublicSuffixList::fromFile(folder.at("list.dat"));
+    ASSERT_TRUE(loaded.list) << loaded.error;
+    EXPECT_EQ(loaded.list->organization("com.example.app"), "example");
+}
+
 TEST(PublicSuffixList, ThePublishedListAsShipped) {
+    ASSERT_TRUE(PublicSuffixList::sharedLoad().list) << PublicSuffixList::sharedLoad().error;
     const auto& list = PublicSuffixList::shared();
     EXPECT_GT(list.ruleCount(), 5000u);
     EXPECT_EQ(list.organization("com.example.app"), "example");
@@ -150,6 +178,19 @@ c: {name: No Ids}
     EXPECT_EQ(groups.getGroup("org.tools.one")->groupName(), "My Tools");
     EXPECT_FALSE(groups.getGroup("org.none").has_value());
     EXPECT_FALSE(AppGroupManager::fromDocuments("- not a map", "").manager);
+}
+
+TEST(AppGroupManager, AMissingDocumentIsAnError) {
+    TempTree folder;
+    std::ofstream(folder.at("app_vender.yaml")) << "one: {name: Adobe, domain: adobe.com, ids: []}\n";
+    auto missingGroups = AppGroupManager::fromFolder(folder.path());
+    EXPECT_FALSE(missingGroups.manager);
+    EXPECT_NE(missingGroups.error.find("app_group.yaml"), std::string::npos);
+    std::ofstream(folder.at("app_group.yaml")) << "a: {name: Box, ids: [Com.Box.Drive]}\n";
+    auto loaded = AppGroupManager::fromFolder(folder.path());
+    ASSERT_TRUE(loaded.manager) << loaded.error;
+    EXPECT_EQ(loaded.manager->getVender("COM.ADOBE.PHOTOSHOP"), AppVender::adobe);
+    EXPECT_EQ(loaded.manager->getGroup("COM.BOX.DRIVE")->groupCase(), AppGroup::Case::box);
 }
 
 } // namespace

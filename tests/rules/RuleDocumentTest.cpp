@@ -1,12 +1,16 @@
 #include "Core/foundation/AESHelper.h"
+#include "Core/platform/FileInfo.h"
 #include "Core/platform/SystemPaths.h"
 #include "Core/rules/RuleManager.h"
+#include "tests/support/TempTree.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <fstream>
 
 using namespace core;
+using core::testing::TempTree;
 
 namespace {
 
@@ -24,14 +28,28 @@ PathMatcher parsed(const std::string& entry, std::int64_t priority = 40) {
     return result.matcher.value_or(PathMatcher{});
 }
 
-TEST(AESHelper, RoundTripsAndDropsNuls) {
+TEST(AESHelper, TextComesBackWithoutNuls) {
     const auto& helper = AESHelper::shared();
-    auto cipher = helper.encrypt(std::string("rules:\0 yes", 11));
+    auto cipher = helper.encrypt(std::string("rules:\0 yes", 11)).value();
     EXPECT_EQ(cipher.size() % 16, 0u);
     EXPECT_EQ(helper.decrypt(cipher), "rules: yes");
     EXPECT_FALSE(helper.decrypt(cipher.substr(0, cipher.size() - 1)).has_value());
     EXPECT_FALSE(helper.decrypt("").has_value());
-    EXPECT_EQ(helper.decrypt(helper.encrypt("\xff\xfe not text")), "");
+}
+
+TEST(AESHelper, RefusesWhatDeciphersToNoText) {
+    const auto& helper = AESHelper::shared();
+    EXPECT_FALSE(helper.decrypt(helper.encrypt("\xff\xfe not text").value()).has_value());
+}
+
+TEST(AESHelper, BytesRoundTripExactly) {
+    const auto& helper = AESHelper::shared();
+    std::string bytes;
+    for (int value = 0; value < 256; ++value)
+        bytes += static_cast<char>(value);
+    bytes += std::string(3, '\0');
+    EXPECT_EQ(helper.decryptBytes(helper.encrypt(bytes).value()), bytes);
+    EXPECT_EQ(helper.decryptBytes(helper.encrypt("").value()), "");
 }
 
 TEST(RuleID, KeysByTheirForm) {
@@ -90,6 +108,29 @@ TEST(PathMatcher, DropsWhatDoesNotParse) {
     }
     EXPECT_EQ(PathMatcher::parse("99999999999999999999:Lib/x/y", 40, roots).status,
               ParsedEntry::Status::invalid);
+}
+
+TEST(PathMatcher, ResolvesDotPiecesInsideTheRoot) {
+    auto resolved = parsed("Home/Library/./Caches/../Logs/x");
+    EXPECT_EQ(resolved.root.path(), "/Users/ann");
+    EXPECT_EQ(resolved.pathMatchers,
+              (std::vector<Matcher>{Matcher::string("Library"), Matcher::string("Logs")}));
+    EXPECT_EQ(resolved.nameMatcher, Matcher::string("x"));
+    EXPECT_EQ(parsed("/Library/../etc").pathMatchers.size(), 0u);
+    EXPECT_EQ(parsed("/Library/../etc").nameMatcher, Matcher::string("etc"));
+}
+
+TEST(PathMatcher, DropsPathsThatLeaveTheirRoot) {
+    for (const auto* entry : {"Home/../../../../etc", "/../../../tmp/x", "Lib/Caches/../../x", "Tmp/../x",
+                              "/a/..", "Home/x/..", "Lib/*/../../y"}) {
+        auto result = PathMatcher::parse(entry, 40, roots);
+        EXPECT_EQ(result.status, ParsedEntry::Status::dropped) << entry;
+        EXPECT_FALSE(result.matcher.has_value()) << entry;
+    }
+    auto document = load("a.app:\n  caches:\n    cache: ['Home/../../../../etc', Lib/Caches/A]\n");
+    ASSERT_EQ(document->dropped.size(), 1u);
+    EXPECT_EQ(document->dropped[0].entry, "Home/../../../../etc");
+    EXPECT_NE(document->dropped[0].reason.find("leaves its root"), std::string::npos);
 }
 
 TEST(Matcher, TestsNamesAndYieldsOwners) {
@@ -177,19 +218,77 @@ TEST(RuleManager, RefusesDocumentsItCannotUse) {
     EXPECT_TRUE(RuleManager::fromDocument("", roots).manager);
 }
 
-TEST(ShippedRules, EveryEntryOfTheShippedDocumentParses) {
-    auto loaded = RuleManager::fromEncryptedFile(SystemPaths::shared().resourcesDirectory() + "/ruleInfo.txt",
-                                                 RuleManager::currentRoots());
+TEST(RuleManager, WarnsOfRepeatedKeysAndKeepsTheLater) {
+    auto rules = load("com.a.b:\n  organization: First\ncom.a.b:\n  organization: Second\n"
+                      "COM.A.B:\n  organization: Third\nother.app: {}\n");
+    ASSERT_EQ(rules->warnings.size(), 2u);
+    EXPECT_EQ(rules->warnings[0].ruleKey, "com.a.b");
+    EXPECT_EQ(rules->warnings[1].ruleKey, "COM.A.B");
+    EXPECT_NE(rules->warnings[1].reason.find("repeats com.a.b"), std::string::npos);
+    EXPECT_EQ(rules->extraInfo("com.a.b").organization->origin(), "Third");
+    EXPECT_TRUE(load("com.a.b: {}\ncom.a.c: {}\n")->warnings.empty());
+}
+
+TEST(RuleManager, ACheckNamesTheEntriesWhoseExpressionsRunAway) {
+    const char* document = R"(
+"*(x+)+y":
+  caches:
+    cache: ['Lib/Caches/^(a+)+$', 'Lib/Caches/^(?<id>.+)\.cache$', 'Lib/^(\w+\s?)+$/x']
+)";
+    auto probed = RuleManager::fromDocument(document, roots, RuleManager::ExpressionProbe::probe).manager;
+    ASSERT_TRUE(probed);
+    std::vector<std::string> flagged;
+    for (const auto& warning : probed->warnings)
+        flagged.push_back(warning.entry.empty() ? warning.ruleKey : warning.entry);
+    std::sort(flagged.begin(), flagged.end());
+    EXPECT_EQ(flagged, (std::vector<std::string>{"*(x+)+y", "Lib/Caches/^(a+)+$", "Lib/^(\\w+\\s?)+$/x"}));
+    // A load for a scan does not spend the time.
+    EXPECT_TRUE(load(document)->warnings.empty());
+}
+
+TEST(RuleManager, ADamagedEncryptedDocumentIsAnError) {
+    TempTree folder;
+    std::string document;
+    for (int rule = 0; rule < 8; ++rule)
+        document += "com.example.app" + std::to_string(rule) + ":\n  caches:\n    cache: [Lib/Caches/x]\n";
+    auto cipher = AESHelper::shared().encrypt(document).value();
+    auto intact = folder.file("intact.txt"), damaged = folder.file("damaged.txt");
+    std::ofstream(intact, std::ios::binary) << cipher;
+    cipher[20] = static_cast<char>(cipher[20] ^ 0x01);
+    std::ofstream(damaged, std::ios::binary) << cipher;
+    ASSERT_TRUE(RuleManager::fromEncryptedFile(intact, roots).manager);
+    auto loaded = RuleManager::fromEncryptedFile(damaged, roots);
+    EXPECT_FALSE(loaded.manager);
+    EXPECT_NE(loaded.error.find(damaged), std::string::npos);
+    EXPECT_FALSE(RuleManager::fromEncryptedFile(folder.at("missing.txt"), roots).manager);
+}
+
+TEST(ShippedRules, EveryEntryOfTheShippedDocumentParsesWithoutWarning) {
+    const auto& loaded = RuleManager::sharedLoad();
     ASSERT_TRUE(loaded.manager) << loaded.error;
+    EXPECT_EQ(&RuleManager::shared(), loaded.manager.get());
     for (const auto& dropped : loaded.manager->dropped)
         ADD_FAILURE() << dropped.ruleKey << " " << dropped.section << " " << dropped.entry << ": "
                       << dropped.reason;
+    for (const auto& warning : loaded.manager->warnings)
+        ADD_FAILURE() << warning.ruleKey << " " << warning.entry << ": " << warning.reason;
     std::size_t applications =
         std::count_if(loaded.manager->rules.begin(), loaded.manager->rules.end(),
                       [](const auto& rule) { return rule.first.type() == RuleID::Type::bundleID; });
     EXPECT_GE(applications, 60u);
     for (auto special : {RuleID::base(), RuleID::black(), RuleID::system()})
         EXPECT_EQ(loaded.manager->rules.count(special), 1u);
+}
+
+TEST(ShippedRules, NoExpressionOfTheShippedDocumentRunsAway) {
+    auto cipher = readFileContents(SystemPaths::shared().resourcesDirectory() + "/ruleInfo.txt");
+    ASSERT_TRUE(cipher);
+    auto text = AESHelper::shared().decrypt(*cipher);
+    ASSERT_TRUE(text);
+    auto probed = RuleManager::fromDocument(*text, roots, RuleManager::ExpressionProbe::probe);
+    ASSERT_TRUE(probed.manager) << probed.error;
+    for (const auto& warning : probed.manager->warnings)
+        ADD_FAILURE() << warning.ruleKey << " " << warning.entry << ": " << warning.reason;
 }
 
 } // namespace
