@@ -2,18 +2,13 @@
 
 #include "cli/Command.h"
 #include "cli/JsonRecords.h"
-
-#include "Core/platform/SystemPaths.h"
+#include "cli/Resources.h"
 
 #include <iostream>
 
 namespace tidewell {
 std::shared_ptr<AppScanSession> AppScanSession::make(bool quiet) {
-    auto loaded = core::RuleManager::fromEncryptedFile(core::SystemPaths::shared().resourcesDirectory() +
-                                                           "/ruleInfo.txt",
-                                                       core::RuleManager::currentRoots());
-    if (!loaded.manager)
-        throw UsageError(loaded.error);
+    requireApplicationResources();
     std::shared_ptr<AppScanSession> session(new AppScanSession(quiet));
     session->finder_ = core::AppFileFinder::make();
     session->finder_->delegate = session;

@@ -14,7 +14,7 @@ namespace tidewell {
 
 class AppScanSession final : public core::AppFileFinderDelegate, public core::LeftoverFileFinderDelegate {
 public:
-    // Refuses, as bad input, a rule document that cannot be loaded.
+    // Refuses, as bad input, a rule document or public suffix list that cannot be loaded.
     static std::shared_ptr<AppScanSession> make(bool quiet);
 
     // The installed applications, sub-applications removed.

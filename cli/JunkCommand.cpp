@@ -3,6 +3,7 @@
 #include "cli/JsonBytes.h"
 #include "cli/JsonRecords.h"
 #include "cli/ScanCompletion.h"
+#include "cli/Resources.h"
 #include "cli/Terminal.h"
 
 #include "Core/foundation/SizeString.h"
@@ -179,6 +180,7 @@ public:
 
     int run(const GlobalOptions& options) override {
         auto config = parseOnly(only_);
+        requireApplicationResources();
         auto report = std::make_shared<JunkReport>(options.quiet);
         auto finder = core::JunkFileFinder::make();
         finder->delegate = report;

@@ -2,28 +2,16 @@
 #include "cli/Command.h"
 #include "cli/JsonBytes.h"
 #include "cli/Terminal.h"
+#include "cli/Resources.h"
 
-#include "Core/platform/SystemPaths.h"
 #include "Core/rules/AppGroupManager.h"
 #include "Core/rules/PublicSuffixList.h"
 
-#include <fstream>
 #include <iostream>
 #include <nlohmann/json.hpp>
-#include <sstream>
 
 namespace tidewell {
 namespace {
-
-std::string readResource(const std::string& name) {
-    auto path = core::SystemPaths::shared().resourcesDirectory() + "/" + name;
-    std::ifstream in(path);
-    if (!in)
-        throw UsageError("cannot read the resource " + path);
-    std::stringstream text;
-    text << in.rdbuf();
-    return text.str();
-}
 
 // What the documents say about one bundle identifier.
 struct Naming {
@@ -62,17 +50,13 @@ public:
     }
 
     int run(const GlobalOptions& options) override {
-        // Loaded here rather than through the process-wide objects, so that a missing or broken
-        // document is reported as bad input.
-        core::PublicSuffixList suffixes(readResource("public_suffix_list.dat"));
-        auto groups = core::AppGroupManager::fromDocuments(readResource("app_vender.yaml"),
-                                                           readResource("app_group.yaml"));
-        if (!groups.manager)
-            throw UsageError(groups.error);
+        requireOrganisationResources();
+        const auto& suffixes = core::PublicSuffixList::shared();
+        const auto& groups = core::AppGroupManager::shared();
         std::vector<Naming> namings;
         for (const auto& id : ids_) {
-            auto group = groups.manager->getGroup(id);
-            namings.push_back({id, suffixes.organization(id), core::rawName(groups.manager->getVender(id)),
+            auto group = groups.getGroup(id);
+            namings.push_back({id, suffixes.organization(id), core::rawName(groups.getVender(id)),
                                group ? std::optional(group->groupName()) : std::nullopt});
         }
         if (options.json) {

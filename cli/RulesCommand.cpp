@@ -5,9 +5,9 @@
 #include "cli/Terminal.h"
 
 #include "Core/foundation/AESHelper.h"
-#include "Core/platform/SystemPaths.h"
 #include "Core/rules/AppFileRule.h"
 
+#include <filesystem>
 #include <fstream>
 #include <iostream>
 #include <map>
@@ -18,6 +18,10 @@ namespace tidewell {
 namespace {
 
 std::string readFile(const std::string& path) {
+    std::error_code error;
+    // A folder opens as a stream that reads nothing, which would pass for an empty document.
+    if (std::filesystem::is_directory(path, error))
+        throw UsageError(path + " is a folder, not a document");
     std::ifstream in(path, std::ios::binary);
     if (!in)
         throw UsageError("cannot read " + path);
@@ -48,9 +52,9 @@ const char* typeName(core::RuleID::Type type) {
     return "";
 }
 
-nlohmann::json droppedJson(const std::vector<core::DroppedEntry>& dropped) {
+nlohmann::json notesJson(const std::vector<core::EntryNote>& notes) {
     auto array = nlohmann::json::array();
-    for (const auto& entry : dropped)
+    for (const auto& entry : notes)
         array.push_back({{"rule", jsonBytes(entry.ruleKey)},
                          {"section", jsonBytes(entry.section)},
                          {"kind", jsonBytes(entry.kind)},
@@ -86,13 +90,22 @@ nlohmann::json summary(const core::RuleManager& rules) {
     }
     return {{"rules", byType},
             {"entries", entriesBySection},
-            {"dropped", droppedJson(rules.dropped)},
+            {"dropped", notesJson(rules.dropped)},
+            {"warnings", notesJson(rules.warnings)},
             {"indexes",
              {{"full", indexJson(core::AppFileRule(rules, true))},
               {"cacheAndLog", indexJson(core::AppFileRule(rules, false))}}}};
 }
 
-void printHuman(const nlohmann::json& report, const std::vector<core::DroppedEntry>& dropped) {
+void printNotes(const char* title, const std::vector<core::EntryNote>& notes) {
+    std::cout << title << ": " << notes.size() << '\n';
+    for (const auto& entry : notes)
+        std::cout << "  " << printable(entry.ruleKey) << " / " << printable(entry.section) << " / "
+                  << printable(entry.kind) << ": " << printable(entry.entry) << " (" << printable(entry.reason)
+                  << ")\n";
+}
+
+void printHuman(const nlohmann::json& report, const core::RuleManager& rules) {
     std::cout << "Rules:";
     for (const auto& [type, count] : report["rules"].items())
         std::cout << "  " << type << " " << count;
@@ -105,11 +118,8 @@ void printHuman(const nlohmann::json& report, const std::vector<core::DroppedEnt
         for (const auto& [root, count] : index["roots"].items())
             std::cout << "  " << root << "  " << count << '\n';
     }
-    std::cout << "Dropped entries: " << dropped.size() << '\n';
-    for (const auto& entry : dropped)
-        std::cout << "  " << printable(entry.ruleKey) << " / " << printable(entry.section) << " / "
-                  << printable(entry.kind) << ": " << printable(entry.entry) << " ("
-                  << printable(entry.reason) << ")\n";
+    printNotes("Dropped entries", rules.dropped);
+    printNotes("Warnings", rules.warnings);
 }
 
 class RulesCommand final : public Command {
@@ -125,30 +135,35 @@ public:
 
     int run(const GlobalOptions& options) override {
         if (!encrypt_.empty()) {
-            writeFile(encrypt_[1], core::AESHelper::shared().encrypt(readFile(encrypt_[0])));
+            auto cipher = core::AESHelper::shared().encrypt(readFile(encrypt_[0]));
+            if (!cipher)
+                throw UsageError(encrypt_[0] + " is too large to encipher");
+            writeFile(encrypt_[1], *cipher);
             return 0;
         }
         if (!decrypt_.empty()) {
-            auto plain = core::AESHelper::shared().decrypt(readFile(decrypt_[0]));
+            auto plain = core::AESHelper::shared().decryptBytes(readFile(decrypt_[0]));
             if (!plain)
                 throw UsageError(decrypt_[0] + " does not decipher");
             writeFile(decrypt_[1], *plain);
             return 0;
         }
-        auto roots = core::RuleManager::currentRoots();
-        auto loaded = check_.empty()
-                          ? core::RuleManager::fromEncryptedFile(
-                                core::SystemPaths::shared().resourcesDirectory() + "/ruleInfo.txt", roots)
-                          : core::RuleManager::fromDocument(readFile(check_), roots);
+        auto loaded =
+            check_.empty()
+                ? core::RuleManager::sharedLoad()
+                : core::RuleManager::fromDocument(readFile(check_), core::RuleManager::currentRoots(),
+                                                  core::RuleManager::ExpressionProbe::probe);
         if (!loaded.manager)
             throw UsageError(loaded.error);
         auto report = summary(*loaded.manager);
         if (options.json)
             std::cout << report.dump(2) << '\n';
         else
-            printHuman(report, loaded.manager->dropped);
-        // A check fails when the grammar dropped anything, so that a script can stop on it.
-        return !check_.empty() && !loaded.manager->dropped.empty() ? 1 : 0;
+            printHuman(report, *loaded.manager);
+        // A check fails when the grammar dropped or warned of anything, so that a script can stop
+        // on it.
+        bool findings = !loaded.manager->dropped.empty() || !loaded.manager->warnings.empty();
+        return !check_.empty() && findings ? 1 : 0;
     }
 
 private:

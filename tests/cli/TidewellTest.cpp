@@ -1,5 +1,6 @@
 // Runs the real tidewell binary as a child process on a macOS-like tree, as a user or script would.
 #include "Core/foundation/SizeString.h"
+#include "tests/cli/TidewellRun.h"
 #include "tests/support/AppFixtures.h"
 
 #include "cli/JsonBytes.h"
@@ -16,36 +17,9 @@
 #include <sys/wait.h>
 
 using core::testing::TempTree;
+using namespace core::testing;
 
 namespace {
-
-struct Run {
-    int exitCode;
-    std::string out;
-};
-
-std::string shellQuoted(const std::string& text) {
-    std::string quoted = "'";
-    for (char byte : text)
-        quoted += byte == '\'' ? std::string("'\\''") : std::string(1, byte);
-    return quoted + "'";
-}
-
-Run tidewell(const std::string& arguments, const std::string& stderrPath = "/dev/null") {
-    std::string command = std::string(TIDEWELL_PATH) + " " + arguments + " 2>" + shellQuoted(stderrPath);
-    FILE* pipe = ::popen(command.c_str(), "r");
-    std::string out;
-    std::array<char, 4096> buffer{};
-    while (std::size_t read = std::fread(buffer.data(), 1, buffer.size(), pipe))
-        out.append(buffer.data(), read);
-    int status = ::pclose(pipe);
-    return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, out};
-}
-
-std::string slurp(const std::string& path) {
-    std::ifstream in(path);
-    return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
-}
 
 class TidewellTest : public ::testing::Test {
 protected:
