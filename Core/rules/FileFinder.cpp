@@ -3,7 +3,6 @@
 #include "Core/foundation/FileFinderContext.h"
 #include "Core/foundation/FileManager.h"
 #include "Core/platform/FileStatus.h"
-#include "Core/platform/PathExistence.h"
 
 namespace core {
 
