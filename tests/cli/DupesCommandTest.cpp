@@ -6,6 +6,8 @@
 #include "tests/dff/TreeFixtures.h"
 #include "tests/support/TempTree.h"
 
+#include "cli/Terminal.h"
+
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
@@ -32,7 +34,7 @@ protected:
     }
     // The summary line for `groups` groups that free `bytes`.
     static std::string summary(int groups, std::int64_t bytes) {
-        return std::to_string(groups) + " groups; removing all but one of each frees " +
+        return tidewell::counted(groups, "group") + "; removing all but one of each frees " +
                core::sizeString(bytes);
     }
 

@@ -45,7 +45,7 @@ protected:
 
     // The paths app-files reports for the example application.
     std::set<std::string> appFiles(const std::string& extra = "") const {
-        auto run = tidewell("app-files --json --quiet com.example.app " + globals() + " " + extra);
+        auto run = runTidewell("app-files --json --quiet com.example.app " + globals() + " " + extra);
         EXPECT_EQ(run.exitCode, 0);
         std::set<std::string> paths;
         if (run.exitCode != 0)
@@ -60,7 +60,7 @@ protected:
     // stdout. Answers that line.
     std::string refused(const std::string& arguments) const {
         auto errors = scratch.at("stderr");
-        auto run = tidewell(arguments + " " + globals(), errors);
+        auto run = runTidewell(arguments + " " + globals(), errors);
         EXPECT_EQ(run.exitCode, 2) << arguments;
         EXPECT_TRUE(run.out.empty()) << arguments << ": " << run.out;
         auto message = slurp(errors);
@@ -86,7 +86,7 @@ TEST_F(RulesCommandTest, ACheckWarnsOfRunawayExpressionsAndRepeatedKeys) {
     auto document = scratch.file("rules.yaml");
     std::ofstream(document) << "com.a.b:\n  caches:\n    cache: ['Lib/Caches/^(a+)+$', Lib/Caches/fine]\n"
                                "COM.A.B:\n  organization: Later\n";
-    auto run = tidewell("rules --json --check " + shellQuoted(document) + " " + globals());
+    auto run = runTidewell("rules --json --check " + shellQuoted(document) + " " + globals());
     EXPECT_EQ(run.exitCode, 1);
     auto warnings = nlohmann::json::parse(run.out)["warnings"];
     ASSERT_EQ(warnings.size(), 2u);
@@ -94,7 +94,7 @@ TEST_F(RulesCommandTest, ACheckWarnsOfRunawayExpressionsAndRepeatedKeys) {
     EXPECT_EQ(warnings[1]["rule"], "COM.A.B");
 
     std::ofstream(document, std::ios::trunc) << "com.a.b:\n  caches:\n    cache: [Lib/Caches/fine]\n";
-    EXPECT_EQ(tidewell("rules --check " + shellQuoted(document) + " " + globals()).exitCode, 0);
+    EXPECT_EQ(runTidewell("rules --check " + shellQuoted(document) + " " + globals()).exitCode, 0);
     EXPECT_NE(refused("rules --check " + shellQuoted(scratch.path())).find("folder"), std::string::npos);
 }
 
@@ -109,7 +109,7 @@ TEST_F(RulesCommandTest, EntriesLeavingTheirRootAreDroppedAndFindNothing) {
 
     auto document = scratch.file("rules.yaml");
     std::ofstream(document) << rules;
-    auto run = tidewell("rules --json --check " + shellQuoted(document) + " " + globals());
+    auto run = runTidewell("rules --json --check " + shellQuoted(document) + " " + globals());
     EXPECT_EQ(run.exitCode, 1);
     EXPECT_EQ(nlohmann::json::parse(run.out)["dropped"].size(), 2u);
 }
@@ -130,8 +130,8 @@ TEST_F(RulesCommandTest, EncipheringRoundTripsAnyBytesExactly) {
     bytes += std::string(5, '\0') + "tail";
     auto plain = scratch.at("plain.bin"), cipher = scratch.at("cipher.txt"), back = scratch.at("back.bin");
     std::ofstream(plain, std::ios::binary) << bytes;
-    ASSERT_EQ(tidewell("rules --encrypt " + shellQuoted(plain) + " " + shellQuoted(cipher)).exitCode, 0);
-    ASSERT_EQ(tidewell("rules --decrypt " + shellQuoted(cipher) + " " + shellQuoted(back)).exitCode, 0);
+    ASSERT_EQ(runTidewell("rules --encrypt " + shellQuoted(plain) + " " + shellQuoted(cipher)).exitCode, 0);
+    ASSERT_EQ(runTidewell("rules --decrypt " + shellQuoted(cipher) + " " + shellQuoted(back)).exitCode, 0);
     EXPECT_EQ(slurp(back), bytes);
 }
 
@@ -162,7 +162,7 @@ TEST_F(RulesCommandTest, MissingResourcesStopTheCommandsBeforeAnyScan) {
 }
 
 TEST_F(RulesCommandTest, OrganisationsIgnoreTheCaseOfTheIdentifier) {
-    auto run = tidewell("org --json COM.GOOGLE.CHROME com.google.chrome UK.CO.EXAMPLE.APP " + globals());
+    auto run = runTidewell("org --json COM.GOOGLE.CHROME com.google.chrome UK.CO.EXAMPLE.APP " + globals());
     ASSERT_EQ(run.exitCode, 0);
     auto json = nlohmann::json::parse(run.out);
     ASSERT_EQ(json.size(), 3u);

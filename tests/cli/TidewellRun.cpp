@@ -15,7 +15,7 @@ std::string shellQuoted(const std::string& text) {
     return quoted + "'";
 }
 
-Run tidewell(const std::string& arguments, const std::string& stderrPath) {
+Run runTidewell(const std::string& arguments, const std::string& stderrPath) {
     std::string command = std::string(TIDEWELL_PATH) + " " + arguments + " 2>" + shellQuoted(stderrPath);
     FILE* pipe = ::popen(command.c_str(), "r");
     std::string out;

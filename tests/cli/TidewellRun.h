@@ -13,7 +13,7 @@ struct Run {
 
 std::string shellQuoted(const std::string& text);
 // tidewell with the arguments (already quoted), stderr to the given file.
-Run tidewell(const std::string& arguments, const std::string& stderrPath = "/dev/null");
+Run runTidewell(const std::string& arguments, const std::string& stderrPath = "/dev/null");
 // The whole content of a file; empty when it cannot be read.
 std::string slurp(const std::string& path);
 

@@ -34,7 +34,7 @@ TEST_F(TidewellTest, JunkJsonHasEveryCategoryAndTheFindsWithSizes) {
     root.file("private/var/log/system.log", 300);
     root.file("private/var/log/system.log.1", 300);
     auto log = scratch.at("analytics.jsonl");
-    auto run = tidewell("junk --json --only systemCaches,systemLogs " + globals() + " --analytics-log " +
+    auto run = runTidewell("junk --json --only systemCaches,systemLogs " + globals() + " --analytics-log " +
                         shellQuoted(log));
     ASSERT_EQ(run.exitCode, 0);
     auto json = nlohmann::json::parse(run.out);
@@ -65,8 +65,8 @@ TEST_F(TidewellTest, JunkJsonHasEveryCategoryAndTheFindsWithSizes) {
 
 TEST_F(TidewellTest, GlobalOptionsMayFollowTheSubcommand) {
     root.file("Library/Caches/x", 10);
-    auto before = tidewell("--json " + globals() + " junk --only systemCaches");
-    auto after = tidewell("junk --only systemCaches " + globals() + " --json");
+    auto before = runTidewell("--json " + globals() + " junk --only systemCaches");
+    auto after = runTidewell("junk --only systemCaches " + globals() + " --json");
     ASSERT_EQ(before.exitCode, 0);
     EXPECT_EQ(nlohmann::json::parse(before.out), nlohmann::json::parse(after.out));
 }
@@ -74,7 +74,7 @@ TEST_F(TidewellTest, GlobalOptionsMayFollowTheSubcommand) {
 TEST_F(TidewellTest, ExcludedPathIsNotReported) {
     root.file("Library/Caches/keep", 10);
     root.file("Library/Caches/drop", 10);
-    auto run = tidewell("junk --json --only systemCaches " + globals() + " --exclude " +
+    auto run = runTidewell("junk --json --only systemCaches " + globals() + " --exclude " +
                         shellQuoted(root.at("Library/Caches/drop")));
     ASSERT_EQ(run.exitCode, 0);
     auto found = nlohmann::json::parse(run.out)["systemCaches"];
@@ -84,7 +84,7 @@ TEST_F(TidewellTest, ExcludedPathIsNotReported) {
 
 TEST_F(TidewellTest, HumanReportHasATableAndATotal) {
     root.file("Library/Caches/x", 1500);
-    auto run = tidewell("junk --only systemCaches " + globals());
+    auto run = runTidewell("junk --only systemCaches " + globals());
     ASSERT_EQ(run.exitCode, 0);
     EXPECT_NE(run.out.find("systemCaches"), std::string::npos);
     EXPECT_NE(run.out.find("1.5 kB"), std::string::npos);
@@ -93,23 +93,23 @@ TEST_F(TidewellTest, HumanReportHasATableAndATotal) {
 
 TEST_F(TidewellTest, BadInputIsOneLineAndExitCodeTwo) {
     auto errors = scratch.at("stderr");
-    auto unknown = tidewell("junk --only systemCaches,bogus " + globals(), errors);
+    auto unknown = runTidewell("junk --only systemCaches,bogus " + globals(), errors);
     EXPECT_EQ(unknown.exitCode, 2);
     EXPECT_NE(slurp(errors).find("unknown junk category: bogus"), std::string::npos);
     EXPECT_TRUE(unknown.out.empty());
 
-    auto missingRoot = tidewell("junk --root " + shellQuoted(root.at("nowhere")), errors);
+    auto missingRoot = runTidewell("junk --root " + shellQuoted(root.at("nowhere")), errors);
     EXPECT_EQ(missingRoot.exitCode, 2);
     auto message = slurp(errors);
     EXPECT_EQ(std::count(message.begin(), message.end(), '\n'), 1);
 
-    EXPECT_EQ(tidewell("junk --resources " + shellQuoted(root.at("nowhere")) + " " + globals()).exitCode, 2);
-    EXPECT_EQ(tidewell("no-such-command").exitCode, 2);
+    EXPECT_EQ(runTidewell("junk --resources " + shellQuoted(root.at("nowhere")) + " " + globals()).exitCode, 2);
+    EXPECT_EQ(runTidewell("no-such-command").exitCode, 2);
 }
 
 TEST_F(TidewellTest, SizeCountsFilesByLengthAndFoldersByAllocation) {
     auto file = scratch.file("one", 1234);
-    auto run = tidewell("size --json " + shellQuoted(file) + " " + shellQuoted(scratch.at("missing")));
+    auto run = runTidewell("size --json " + shellQuoted(file) + " " + shellQuoted(scratch.at("missing")));
     ASSERT_EQ(run.exitCode, 0);
     auto json = nlohmann::json::parse(run.out);
     ASSERT_EQ(json.size(), 2u);
@@ -125,20 +125,20 @@ TEST_F(TidewellTest, LargeListsTheHomeFoldersBigFilesBiggestFirst) {
     home.file("videos/film.mkv", 3 * 1024 * 1024);
     home.file("docs/thesis.pdf", 2 * 1024 * 1024);
     home.file("docs/notes.txt", 1000);
-    auto run = tidewell("large --json --min-size 1M " + globals());
+    auto run = runTidewell("large --json --min-size 1M " + globals());
     ASSERT_EQ(run.exitCode, 0);
     EXPECT_EQ(nlohmann::json::parse(run.out),
               nlohmann::json::parse(R"([{"path": ")" + home.at("videos/film.mkv") +
                                     R"(", "size": 3145728}, )" + R"({"path": ")" +
                                     home.at("docs/thesis.pdf") + R"(", "size": 2097152}])"));
-    EXPECT_EQ(tidewell("large --min-size 1X " + globals()).exitCode, 2);
+    EXPECT_EQ(runTidewell("large --min-size 1X " + globals()).exitCode, 2);
 }
 
 TEST_F(TidewellTest, JunkReportsTrashDownloadsAndTheirLog) {
     home.file(".local/share/Trash/files/old.iso", 5000);
     home.file("Downloads/setup.deb", 700);
     auto log = scratch.at("analytics.jsonl");
-    auto run = tidewell("junk --json --only trashFiles,downloadsFiles " + globals() + " --analytics-log " +
+    auto run = runTidewell("junk --json --only trashFiles,downloadsFiles " + globals() + " --analytics-log " +
                         shellQuoted(log));
     ASSERT_EQ(run.exitCode, 0);
     auto json = nlohmann::json::parse(run.out);
@@ -156,7 +156,7 @@ TEST_F(TidewellTest, JunkReportsTrashDownloadsAndTheirLog) {
 namespace {
 
 TEST_F(TidewellTest, OrgNamesTheOrganisationVendorAndGroup) {
-    auto run = tidewell("org --json com.example.app uk.co.example.app com.microsoft.Word");
+    auto run = runTidewell("org --json com.example.app uk.co.example.app com.microsoft.Word");
     ASSERT_EQ(run.exitCode, 0);
     auto json = nlohmann::json::parse(run.out);
     ASSERT_EQ(json.size(), 3u);
@@ -166,11 +166,11 @@ TEST_F(TidewellTest, OrgNamesTheOrganisationVendorAndGroup) {
     EXPECT_TRUE(json[0]["group"].is_null());
     EXPECT_EQ(json[2]["vendor"], "Microsoft");
     EXPECT_EQ(json[2]["group"], "Microsoft Office");
-    EXPECT_EQ(tidewell("org --resources " + shellQuoted(scratch.path()) + " com.example.app").exitCode, 2);
+    EXPECT_EQ(runTidewell("org --resources " + shellQuoted(scratch.path()) + " com.example.app").exitCode, 2);
 }
 
 TEST_F(TidewellTest, RulesShowTheShippedDocumentWithNothingDropped) {
-    auto run = tidewell("rules --json");
+    auto run = runTidewell("rules --json");
     ASSERT_EQ(run.exitCode, 0);
     auto json = nlohmann::json::parse(run.out);
     EXPECT_TRUE(json["dropped"].empty());
@@ -183,7 +183,7 @@ TEST_F(TidewellTest, RulesCheckListsDroppedEntriesAndRefusesBrokenDocuments) {
     auto document = scratch.file("rules.yaml");
     std::ofstream(document)
         << "com.example.app:\n  caches:\n    cache: [Lib/Caches/Example, Var/x/y, 'Lib/^(bad']\n";
-    auto run = tidewell("rules --json --check " + shellQuoted(document));
+    auto run = runTidewell("rules --json --check " + shellQuoted(document));
     EXPECT_EQ(run.exitCode, 1);
     auto dropped = nlohmann::json::parse(run.out)["dropped"];
     ASSERT_EQ(dropped.size(), 2u);
@@ -191,18 +191,18 @@ TEST_F(TidewellTest, RulesCheckListsDroppedEntriesAndRefusesBrokenDocuments) {
     EXPECT_NE(dropped[0]["reason"].get<std::string>().find("unknown root"), std::string::npos);
 
     std::ofstream(document) << "'': {}\n";
-    EXPECT_EQ(tidewell("rules --check " + shellQuoted(document)).exitCode, 2);
+    EXPECT_EQ(runTidewell("rules --check " + shellQuoted(document)).exitCode, 2);
 }
 
 TEST_F(TidewellTest, RulesEncryptAndDecryptRoundTrip) {
     auto plain = scratch.file("plain.yaml");
     std::ofstream(plain) << "com.example.app:\n  organization: Example\n";
     auto cipher = scratch.at("rules.txt"), back = scratch.at("back.yaml");
-    ASSERT_EQ(tidewell("rules --encrypt " + shellQuoted(plain) + " " + shellQuoted(cipher)).exitCode, 0);
+    ASSERT_EQ(runTidewell("rules --encrypt " + shellQuoted(plain) + " " + shellQuoted(cipher)).exitCode, 0);
     EXPECT_NE(slurp(cipher), slurp(plain));
-    ASSERT_EQ(tidewell("rules --decrypt " + shellQuoted(cipher) + " " + shellQuoted(back)).exitCode, 0);
+    ASSERT_EQ(runTidewell("rules --decrypt " + shellQuoted(cipher) + " " + shellQuoted(back)).exitCode, 0);
     EXPECT_EQ(slurp(back), slurp(plain));
-    EXPECT_EQ(tidewell("rules --decrypt " + shellQuoted(plain) + " " + shellQuoted(back)).exitCode, 2);
+    EXPECT_EQ(runTidewell("rules --decrypt " + shellQuoted(plain) + " " + shellQuoted(back)).exitCode, 2);
 }
 
 } // namespace
@@ -225,7 +225,7 @@ protected:
 };
 
 TEST_F(TidewellAppsTest, AppsListsBundlesBySubcommand) {
-    auto run = tidewell("apps --json " + globals());
+    auto run = runTidewell("apps --json " + globals());
     ASSERT_EQ(run.exitCode, 0);
     auto json = nlohmann::json::parse(run.out);
     ASSERT_EQ(json["apps"].size(), 1u);
@@ -235,7 +235,7 @@ TEST_F(TidewellAppsTest, AppsListsBundlesBySubcommand) {
 }
 
 TEST_F(TidewellAppsTest, AppFilesFollowTheRuleDocument) {
-    auto run = tidewell("app-files --json com.tinyspeck.slackmacgap " + globals());
+    auto run = runTidewell("app-files --json com.tinyspeck.slackmacgap " + globals());
     ASSERT_EQ(run.exitCode, 0);
     auto json = nlohmann::json::parse(run.out);
     ASSERT_EQ(json.size(), 1u);
@@ -249,11 +249,11 @@ TEST_F(TidewellAppsTest, AppFilesFollowTheRuleDocument) {
     EXPECT_EQ(files[home.at("Library/Caches/com.tinyspeck.slackmacgap")],
               "cache bundleID com.tinyspeck.slackmacgap");
     EXPECT_EQ(files[home.at("Library/Logs/Slack")], "log bundleID com.tinyspeck.slackmacgap");
-    EXPECT_EQ(tidewell("app-files com.not.installed " + globals()).exitCode, 2);
+    EXPECT_EQ(runTidewell("app-files com.not.installed " + globals()).exitCode, 2);
 }
 
 TEST_F(TidewellAppsTest, LeftoversAndTheJunkScansApplicationStage) {
-    auto run = tidewell("leftovers --files --json " + globals());
+    auto run = runTidewell("leftovers --files --json " + globals());
     ASSERT_EQ(run.exitCode, 0);
     auto json = nlohmann::json::parse(run.out);
     EXPECT_EQ(json["ids"], nlohmann::json::parse(R"(["com.gone.tool"])"));
@@ -261,7 +261,7 @@ TEST_F(TidewellAppsTest, LeftoversAndTheJunkScansApplicationStage) {
     EXPECT_EQ(json["files"][0]["id"], "com.gone.tool");
     EXPECT_EQ(json["files"][0]["files"].size(), 2u);
 
-    auto junk = nlohmann::json::parse(tidewell("junk --json --only appCaches,appLogs " + globals()).out);
+    auto junk = nlohmann::json::parse(runTidewell("junk --json --only appCaches,appLogs " + globals()).out);
     ASSERT_EQ(junk["appJunk"].size(), 1u);
     EXPECT_EQ(junk["appJunk"][0]["bundleID"], "com.tinyspeck.slackmacgap");
     EXPECT_EQ(junk["appJunk"][0]["appPath"], root.at("Applications/Slack.app"));
@@ -280,7 +280,7 @@ TEST_F(TidewellTest, DupesGroupsIdenticalFilesWithTheirSizes) {
     scratch.file("photos/other.jpg", 20000);
     scratch.file("photos/skip.tmp", 20000);
     std::ofstream(scratch.file("backup/old/extra.txt")) << "only here";
-    auto run = tidewell("dupes --json --exclude-ext .tmp " + shellQuoted(scratch.at("photos")) + " " +
+    auto run = runTidewell("dupes --json --exclude-ext .tmp " + shellQuoted(scratch.at("photos")) + " " +
                         shellQuoted(scratch.at("backup")));
     ASSERT_EQ(run.exitCode, 0);
     auto json = nlohmann::json::parse(run.out);
@@ -293,12 +293,12 @@ TEST_F(TidewellTest, DupesGroupsIdenticalFilesWithTheirSizes) {
     EXPECT_EQ(members, (std::set<std::string>{scratch.at("photos/a.jpg"), scratch.at("photos/b.jpg"),
                                               scratch.at("backup/old/a.jpg")}));
     EXPECT_TRUE(json["similar"].empty());
-    auto human = tidewell("dupes --exclude-ext .tmp " + shellQuoted(scratch.at("photos")) + " " +
+    auto human = runTidewell("dupes --exclude-ext .tmp " + shellQuoted(scratch.at("photos")) + " " +
                           shellQuoted(scratch.at("backup")));
     // Two copies go, each freeing the blocks it was given.
     auto freed = core::sizeString(2 * core::testing::allocatedBytes(scratch.at("photos/b.jpg")));
     EXPECT_NE(human.out.find("frees " + freed), std::string::npos);
-    EXPECT_EQ(tidewell("dupes " + shellQuoted(scratch.at("nowhere"))).exitCode, 2);
+    EXPECT_EQ(runTidewell("dupes " + shellQuoted(scratch.at("nowhere"))).exitCode, 2);
 }
 
 } // namespace
@@ -345,18 +345,18 @@ protected:
 TEST_F(TidewellOddNamesTest, PathsSurviveJsonExactlyInSizeLargeAndJunk) {
     auto caches = oddFiles(root, "Library/Caches", 100);
     auto big = oddFiles(home, "films", 1024 * 1024);
-    auto run = tidewell("junk --json --only systemCaches " + globals());
+    auto run = runTidewell("junk --json --only systemCaches " + globals());
     ASSERT_EQ(run.exitCode, 0);
     EXPECT_EQ(pathsOf(nlohmann::json::parse(run.out)["systemCaches"]), caches);
 
-    run = tidewell("large --json --min-size 1M " + globals());
+    run = runTidewell("large --json --min-size 1M " + globals());
     ASSERT_EQ(run.exitCode, 0);
     EXPECT_EQ(pathsOf(nlohmann::json::parse(run.out)), big);
 
     std::string arguments;
     for (const auto& path : caches)
         arguments += " " + shellQuoted(path);
-    run = tidewell("size --json" + arguments);
+    run = runTidewell("size --json" + arguments);
     ASSERT_EQ(run.exitCode, 0);
     auto sizes = nlohmann::json::parse(run.out);
     EXPECT_EQ(pathsOf(sizes), caches);
@@ -372,7 +372,7 @@ TEST_F(TidewellOddNamesTest, PathsSurviveJsonExactlyInDupes) {
     // One file without a twin in each folder keeps the folders themselves from matching.
     std::ofstream(scratch.file("a/only-a")) << "a";
     std::ofstream(scratch.file("b/only-b")) << "bb";
-    auto run = tidewell("dupes --json " + shellQuoted(scratch.at("a")) + " " + shellQuoted(scratch.at("b")));
+    auto run = runTidewell("dupes --json " + shellQuoted(scratch.at("a")) + " " + shellQuoted(scratch.at("b")));
     ASSERT_EQ(run.exitCode, 0);
     auto json = nlohmann::json::parse(run.out);
     std::set<std::string> found;
@@ -385,18 +385,18 @@ TEST_F(TidewellOddNamesTest, PathsSurviveJsonExactlyInDupes) {
 
 TEST_F(TidewellOddNamesTest, NamesAndIdentifiersSurviveJsonInTheApplicationCommands) {
     auto bundle = core::testing::writeBundle(root, "Applications/Odd\nApp\xff.app", "com.example.odd", "Odd");
-    auto apps = nlohmann::json::parse(tidewell("apps --json " + globals()).out);
+    auto apps = nlohmann::json::parse(runTidewell("apps --json " + globals()).out);
     ASSERT_EQ(apps["apps"].size(), 1u);
     EXPECT_EQ(bytesOf(apps["apps"][0]["paths"][0]), bundle);
 
-    auto files = nlohmann::json::parse(tidewell("app-files --json com.example.odd " + globals()).out);
+    auto files = nlohmann::json::parse(runTidewell("app-files --json com.example.odd " + globals()).out);
     ASSERT_EQ(files.size(), 1u);
     EXPECT_EQ(pathsOf(files[0]["apps"]), std::set<std::string>{bundle});
 
     const std::string gone = "com.gone\xfftool";
     home.file("Library/Caches/" + gone + "/data", 10);
     home.file("Library/Preferences/" + gone + ".plist", 10);
-    auto leftovers = nlohmann::json::parse(tidewell("leftovers --files --json " + globals()).out);
+    auto leftovers = nlohmann::json::parse(runTidewell("leftovers --files --json " + globals()).out);
     ASSERT_EQ(leftovers["ids"].size(), 1u);
     EXPECT_EQ(bytesOf(leftovers["ids"][0]), gone);
     ASSERT_EQ(leftovers["files"].size(), 1u);
@@ -407,7 +407,7 @@ TEST_F(TidewellOddNamesTest, NamesAndIdentifiersSurviveJsonInTheApplicationComma
 }
 
 TEST_F(TidewellOddNamesTest, ArgumentsAndDocumentTextSurviveJsonInOrgAndRules) {
-    auto run = tidewell("org --json " + shellQuoted("com.ex\xff"
+    auto run = runTidewell("org --json " + shellQuoted("com.ex\xff"
                                                     "ample.app"));
     ASSERT_EQ(run.exitCode, 0);
     auto org = nlohmann::json::parse(run.out);
@@ -418,7 +418,7 @@ TEST_F(TidewellOddNamesTest, ArgumentsAndDocumentTextSurviveJsonInOrgAndRules) {
 
     auto document = scratch.file("rules.yaml");
     std::ofstream(document) << "com.example.app:\n  caches:\n    cache: [Lib/Caches/Example, \"Var/\xfe\"]\n";
-    run = tidewell("rules --json --check " + shellQuoted(document));
+    run = runTidewell("rules --json --check " + shellQuoted(document));
     EXPECT_EQ(run.exitCode, 1);
     auto dropped = nlohmann::json::parse(run.out)["dropped"];
     ASSERT_EQ(dropped.size(), 1u);
@@ -429,7 +429,7 @@ TEST_F(TidewellOddNamesTest, TheAnalyticsLogStaysOneJsonObjectALine) {
     auto trashed = oddFiles(home, ".local/share/Trash/files", 10);
     auto log = scratch.at("analytics.jsonl");
     auto run =
-        tidewell("junk --json --only trashFiles " + globals() + " --analytics-log " + shellQuoted(log));
+        runTidewell("junk --json --only trashFiles " + globals() + " --analytics-log " + shellQuoted(log));
     ASSERT_EQ(run.exitCode, 0);
     EXPECT_EQ(pathsOf(nlohmann::json::parse(run.out)["trash"]), trashed);
     std::set<std::string> logged;
@@ -445,7 +445,7 @@ TEST_F(TidewellOddNamesTest, TheAnalyticsLogStaysOneJsonObjectALine) {
 
 TEST_F(TidewellOddNamesTest, HumanOutputShowsEachNameEscapedOnItsOwnLine) {
     auto path = scratch.file("two\nlines\xff\x1b[31m\t", 1);
-    auto run = tidewell("size " + shellQuoted(path));
+    auto run = runTidewell("size " + shellQuoted(path));
     ASSERT_EQ(run.exitCode, 0);
     auto lines = linesOf(run.out);
     ASSERT_EQ(lines.size(), 1u);
@@ -455,7 +455,7 @@ TEST_F(TidewellOddNamesTest, HumanOutputShowsEachNameEscapedOnItsOwnLine) {
 
     for (const auto& name : oddNames)
         home.file("films/" + name, 1024 * 1024);
-    run = tidewell("large --min-size 1M " + globals());
+    run = runTidewell("large --min-size 1M " + globals());
     ASSERT_EQ(run.exitCode, 0);
     lines = linesOf(run.out);
     ASSERT_EQ(lines.size(), oddNames.size() + 1);
@@ -464,7 +464,7 @@ TEST_F(TidewellOddNamesTest, HumanOutputShowsEachNameEscapedOnItsOwnLine) {
 }
 
 TEST_F(TidewellTest, JunkMentionsSkippedScreenshotsOnlyWhenTheyWereAskedFor) {
-    auto run = tidewell("junk --only systemCaches " + globals());
+    auto run = runTidewell("junk --only systemCaches " + globals());
     ASSERT_EQ(run.exitCode, 0);
     EXPECT_EQ(run.out.find("screenshots were not scanned"), std::string::npos);
 }
@@ -479,7 +479,7 @@ TEST_F(TidewellTest, AnUnknownCommandIsNamedOnOneLine) {
         {"dupes " + shellQuoted(scratch.at("no\nwhere")),
          "tidewell: not a folder: " + scratch.at("no\\nwhere") + "\n"}};
     for (const auto& [arguments, message] : cases) {
-        auto run = tidewell(arguments, errors);
+        auto run = runTidewell(arguments, errors);
         EXPECT_EQ(run.exitCode, 2) << arguments;
         EXPECT_TRUE(run.out.empty()) << arguments;
         EXPECT_EQ(slurp(errors), message);
