@@ -76,8 +76,8 @@ void printFilesByKind(const std::vector<core::AppFile>& files) {
         std::int64_t total = 0;
         for (const auto* file : group)
             total += file->size;
-        std::cout << "  " << kind << ": " << counted(static_cast<std::int64_t>(group.size()), "item") << ", "
-                  << core::sizeString(total) << '\n';
+        std::cout << "  " << kind << ": " << counted(group.size(), "item") << ", " << core::sizeString(total)
+                  << '\n';
         for (const auto* file : group)
             std::printf("    %10s  %s  (%s %s)\n", file->sizeString().c_str(),
                         printable(file->url.path()).c_str(), ownerType(file->owner),
@@ -91,8 +91,8 @@ void printAppFiles(const std::string& id, const core::AppFileSet& set) {
         total += app.size;
     for (const auto& file : set.files)
         total += file.size;
-    std::cout << printable(id) << "  (" << counted(static_cast<std::int64_t>(set.files.size()), "file")
-              << ", " << core::sizeString(total) << " with the bundles)\n";
+    std::cout << printable(id) << "  (" << counted(set.files.size(), "file") << ", "
+              << core::sizeString(total) << " with the bundles)\n";
     for (const auto& app : set.apps)
         std::printf("  bundle  %10s  %s\n", app.sizeString().c_str(), printable(app.url.path()).c_str());
     printFilesByKind(set.files);

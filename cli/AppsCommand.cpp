@@ -38,7 +38,7 @@ public:
             for (const auto& path : paths)
                 std::cout << "  " << printable(path) << '\n';
         }
-        std::cout << counted(static_cast<std::int64_t>(sorted.size()), "application");
+        std::cout << counted(sorted.size(), "application");
         if (!subApps.empty()) {
             std::cout << "; part of another:";
             for (const auto& id : subApps)

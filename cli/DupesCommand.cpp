@@ -107,8 +107,8 @@ private:
             for (const auto& duplicate : group)
                 std::cout << "  " << printable(core::fileOf(duplicate).url.path()) << '\n';
         }
-        std::cout << counted(static_cast<std::int64_t>(groups.size()), "group")
-                  << "; removing all but one of each frees " << core::sizeString(reclaimable) << '\n';
+        std::cout << counted(groups.size(), "group") << "; removing all but one of each frees "
+                  << core::sizeString(reclaimable) << '\n';
     }
 
     std::vector<std::string> folders_, excludedPaths_, excludedExtensions_;

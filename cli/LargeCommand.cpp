@@ -58,8 +58,7 @@ public:
             std::printf("%10s  %s\n", file.sizeString().c_str(), printable(file.url.path()).c_str());
             total += file.size;
         }
-        std::cout << counted(static_cast<std::int64_t>(report->files.size()), "file") << ", "
-                  << core::sizeString(total) << '\n';
+        std::cout << counted(report->files.size(), "file") << ", " << core::sizeString(total) << '\n';
         return 0;
     }
 

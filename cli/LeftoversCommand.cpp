@@ -44,7 +44,7 @@ public:
             if (auto found = files.find(id.origin()); found != files.end())
                 printFilesByKind(found->second);
         }
-        std::cout << counted(static_cast<std::int64_t>(ids.size()), "leftover identifier") << '\n';
+        std::cout << counted(ids.size(), "leftover identifier") << '\n';
         return 0;
     }
 

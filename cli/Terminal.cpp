@@ -5,6 +5,7 @@
 #include <unicode/utf8.h>
 
 #include <algorithm>
+#include <cstdint>
 #include <cstdio>
 #include <iostream>
 
@@ -101,10 +102,6 @@ std::string printable(std::string_view name) {
             out += sequence;
     }
     return out;
-}
-
-std::string counted(std::int64_t count, std::string_view noun) {
-    return std::to_string(count) + " " + std::string(noun) + (count == 1 ? "" : "s");
 }
 
 void printTable(const std::vector<std::vector<std::string>>& rows) {

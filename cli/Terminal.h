@@ -3,7 +3,7 @@
 // aligned columns, and the one way every name and count is written in them.
 #pragma once
 
-#include <cstdint>
+#include <concepts>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -34,7 +34,9 @@ private:
 std::string printable(std::string_view name);
 
 // "1 byte", "2 bytes", "0 files": a count with its noun, plural unless the count is one.
-std::string counted(std::int64_t count, std::string_view noun);
+template <std::integral Count> std::string counted(Count count, std::string_view noun) {
+    return std::to_string(count) + " " + std::string(noun) + (count == 1 ? "" : "s");
+}
 
 // A table of rows on stdout with aligned columns; cells are printed as given.
 void printTable(const std::vector<std::vector<std::string>>& rows);
