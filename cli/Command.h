@@ -44,5 +44,6 @@ std::unique_ptr<Command> makeAppsCommand();
 std::unique_ptr<Command> makeAppFilesCommand();
 std::unique_ptr<Command> makeLeftoversCommand();
 std::unique_ptr<Command> makeDupesCommand();
+std::unique_ptr<Command> makeDeleteCommand();
 
 } // namespace tidewell

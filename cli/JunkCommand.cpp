@@ -2,8 +2,8 @@
 #include "cli/Command.h"
 #include "cli/JsonBytes.h"
 #include "cli/JsonRecords.h"
-#include "cli/ScanCompletion.h"
 #include "cli/Resources.h"
+#include "cli/ScanCompletion.h"
 #include "cli/Terminal.h"
 
 #include "Core/foundation/SizeString.h"

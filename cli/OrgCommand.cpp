@@ -1,8 +1,8 @@
 // tidewell org: the organisation, vendor and group of bundle identifiers.
 #include "cli/Command.h"
 #include "cli/JsonBytes.h"
-#include "cli/Terminal.h"
 #include "cli/Resources.h"
+#include "cli/Terminal.h"
 
 #include "Core/rules/AppGroupManager.h"
 #include "Core/rules/PublicSuffixList.h"

@@ -101,8 +101,8 @@ void printNotes(const char* title, const std::vector<core::EntryNote>& notes) {
     std::cout << title << ": " << notes.size() << '\n';
     for (const auto& entry : notes)
         std::cout << "  " << printable(entry.ruleKey) << " / " << printable(entry.section) << " / "
-                  << printable(entry.kind) << ": " << printable(entry.entry) << " (" << printable(entry.reason)
-                  << ")\n";
+                  << printable(entry.kind) << ": " << printable(entry.entry) << " ("
+                  << printable(entry.reason) << ")\n";
 }
 
 void printHuman(const nlohmann::json& report, const core::RuleManager& rules) {

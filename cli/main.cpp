@@ -85,10 +85,10 @@ int main(int argc, char** argv) {
     app.add_flag("--quiet", options.quiet, "no progress");
 
     std::vector<std::pair<std::unique_ptr<tidewell::Command>, CLI::App*>> commands;
-    for (auto make :
-         {tidewell::makeJunkCommand, tidewell::makeLargeCommand, tidewell::makeSizeCommand,
-          tidewell::makeRulesCommand, tidewell::makeOrgCommand, tidewell::makeAppsCommand,
-          tidewell::makeAppFilesCommand, tidewell::makeLeftoversCommand, tidewell::makeDupesCommand}) {
+    for (auto make : {tidewell::makeJunkCommand, tidewell::makeLargeCommand, tidewell::makeSizeCommand,
+                      tidewell::makeRulesCommand, tidewell::makeOrgCommand, tidewell::makeAppsCommand,
+                      tidewell::makeAppFilesCommand, tidewell::makeLeftoversCommand,
+                      tidewell::makeDupesCommand, tidewell::makeDeleteCommand}) {
         auto command = make();
         auto* sub = command->attach(app);
         commands.emplace_back(std::move(command), sub);

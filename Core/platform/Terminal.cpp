@@ -7,7 +7,15 @@ namespace core {
 namespace {
 
 int descriptor(StandardStream stream) {
-    return stream == StandardStream::output ? STDOUT_FILENO : STDERR_FILENO;
+    switch (stream) {
+    case StandardStream::input:
+        return STDIN_FILENO;
+    case StandardStream::output:
+        return STDOUT_FILENO;
+    case StandardStream::error:
+        break;
+    }
+    return STDERR_FILENO;
 }
 
 } // namespace

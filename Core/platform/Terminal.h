@@ -8,7 +8,7 @@
 
 namespace core {
 
-enum class StandardStream { output, error };
+enum class StandardStream { input, output, error };
 
 bool isTerminal(StandardStream stream);
 // The number of columns of the terminal the stream writes to; nothing when it is no terminal or
