@@ -25,7 +25,9 @@ public:
         std::vector<std::string> subApps;
         for (const auto& id : session->subApps)
             subApps.push_back(id.origin());
+        // Each application that a sub-application is part of reports it.
         std::sort(subApps.begin(), subApps.end());
+        subApps.erase(std::unique(subApps.begin(), subApps.end()), subApps.end());
         if (options.json) {
             auto list = nlohmann::json::array();
             for (const auto& [id, paths] : sorted)

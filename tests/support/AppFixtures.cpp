@@ -1,8 +1,9 @@
 #include "tests/support/AppFixtures.h"
 
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <vector>
+#include <plist/plist.h>
 
 namespace core::testing {
 namespace {
@@ -22,49 +23,17 @@ std::string xmlPropertyList(const std::map<std::string, std::string>& strings, i
     return text + "</dict>\n</plist>\n";
 }
 
-std::string bigEndian(std::uint64_t value, int bytes) {
-    std::string out;
-    for (int shift = (bytes - 1) * 8; shift >= 0; shift -= 8)
-        out += static_cast<char>((value >> shift) & 0xff);
-    return out;
-}
-
-// The binary form: every reference and offset takes four bytes, strings are ASCII.
-std::string binaryPropertyList(const std::map<std::string, std::string>& strings, int depth) {
-    constexpr int width = 4;
-    std::vector<std::string> objects(1);
-    std::string keyRefs, valueRefs;
-    auto add = [&](std::string object) {
-        objects.push_back(std::move(object));
-        return bigEndian(objects.size() - 1, width);
-    };
-    auto string = [](const std::string& text) {
-        std::string marker = text.size() < 15 ? std::string(1, static_cast<char>(0x50 | text.size()))
-                                              : "\x5f\x10" + std::string(1, static_cast<char>(text.size()));
-        return marker + text;
-    };
-    for (const auto& [key, value] : strings) {
-        keyRefs += add(string(key));
-        valueRefs += add(string(value));
-    }
-    if (depth > 0) {
-        keyRefs += add(string("Nested"));
-        valueRefs += bigEndian(objects.size(), width);
-        for (int level = 1; level < depth; ++level)
-            add("\xa1" + bigEndian(objects.size() + 1, width));
-        add("\xa0");
-    }
-    std::size_t entries = strings.size() + (depth > 0 ? 1 : 0);
-    objects[0] = std::string(1, static_cast<char>(0xd0 | 0x0f)) + "\x10" +
-                 std::string(1, static_cast<char>(entries)) + keyRefs + valueRefs;
-    std::string bytes = "bplist00", offsets;
-    for (const auto& object : objects) {
-        offsets += bigEndian(bytes.size(), width);
-        bytes += object;
-    }
-    std::uint64_t offsetTable = bytes.size();
-    return bytes + offsets + std::string(6, '\0') + static_cast<char>(width) + static_cast<char>(width) +
-           bigEndian(objects.size(), 8) + bigEndian(0, 8) + bigEndian(offsetTable, 8);
+// The binary form of an XML list, as the library that reads both writes it.
+std::string binaryPropertyList(const std::string& xml) {
+    plist_t root = nullptr;
+    plist_from_xml(xml.data(), static_cast<std::uint32_t>(xml.size()), &root);
+    char* bytes = nullptr;
+    std::uint32_t length = 0;
+    plist_to_bin(root, &bytes, &length);
+    std::string binary(bytes, length);
+    std::free(bytes);
+    plist_free(root);
+    return binary;
 }
 
 void writeBytes(const std::string& path, const std::string& bytes) {
@@ -80,7 +49,8 @@ void writePlist(const std::string& path, const std::map<std::string, std::string
 
 std::string nestedPropertyList(PlistFormat format, const std::map<std::string, std::string>& strings,
                                int depth) {
-    return format == PlistFormat::xml ? xmlPropertyList(strings, depth) : binaryPropertyList(strings, depth);
+    auto xml = xmlPropertyList(strings, depth);
+    return format == PlistFormat::xml ? xml : binaryPropertyList(xml);
 }
 
 std::string writeBundleWithInfo(const TempTree& tree, const std::string& relative, const std::string& info) {
