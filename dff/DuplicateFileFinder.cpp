@@ -75,6 +75,9 @@ void DuplicateFileFinder::find(Groups& duplicates, Groups& similar, bool isOnlyD
 // Each root once, by its real path, and none that lies inside another: a folder searched twice
 // would be reported as a duplicate of itself.
 std::vector<Path> DuplicateFileFinder::searchRoots() {
+    // The walk meets real paths only, so exclusions are compared as real paths too.
+    for (auto& excluded : excludePaths)
+        excluded = canonicalPath(excluded).value_or(excluded);
     std::vector<Path> given;
     for (const auto& root : rootFolders)
         given.push_back(canonicalPath(root).value_or(root));
@@ -233,12 +236,12 @@ bool DuplicateFileFinder::firstVisit(Directory& folder, const FileStatus& status
 // Anything left out makes the folder's contents not fully known: it can be no duplicate.
 void DuplicateFileFinder::skip(Directory& folder, const char* event, const Path& path, int error) const {
     folder.unique = true;
-    if (!log)
-        return;
-    std::string line = std::string("[DuplicateScan] ") + event + " path=" + path.str();
-    if (error != 0)
-        line += " errno=" + std::to_string(error);
-    log(line);
+    note(event, path, error != 0 ? " errno=" + std::to_string(error) : std::string());
+}
+
+void DuplicateFileFinder::note(const char* event, const Path& path, const std::string& detail) const {
+    if (log)
+        log(std::string("[DuplicateScan] ") + event + " path=" + path.str() + detail);
 }
 
 bool DuplicateFileFinder::withExtension(const char* name, unsigned long nameLength,
@@ -327,6 +330,8 @@ void DuplicateFileFinder::findDuplicateFiles(Duplicate<long long, File*>& bySize
             byHash.add(file->hash, file);
             return;
         }
+        if (outcome.kind == RaceOutcome::unreadable)
+            note("read_failed", file->path, "");
         calcImageHash(file, images);
         file->unique = true;
     });
@@ -408,8 +413,9 @@ void DuplicateFileFinder::findDuplicatePackages(Duplicate<long long, Package*>& 
                 }
                 local.add(package->hash, hasher.get());
                 racing.push_back(std::move(hasher));
-            } catch (const std::runtime_error&) {
+            } catch (const std::runtime_error& error) {
                 package->unique = true;
+                note("package_not_compared", package->path, std::string(" reason=") + error.what());
             }
         }
         for (auto node = local.begin(); !node.done(); ++node) {

@@ -51,8 +51,8 @@ public:
     long long minFileSize = 0;
     // Size groups race on this many threads; the results do not depend on it.
     unsigned threads = SizeGroupRace::defaultThreads();
-    // Hears one line for everything the walk could not read or passed over against its will; may
-    // be empty.
+    // Hears one line for everything the search could not read or passed over against its will;
+    // may be empty.
     std::function<void(const std::string&)> log;
 
     // Scan phase.
@@ -96,6 +96,7 @@ private:
                     Gathered& into);
     bool firstVisit(Directory& folder, const FileStatus& status, const Path& path);
     void skip(Directory& folder, const char* event, const Path& path, int error) const;
+    void note(const char* event, const Path& path, const std::string& detail) const;
     bool oneFileOnDisk(const std::deque<File*>& files) const;
     void calcImageHash(File* file, Duplicate<ImageHashValue, File*>& images) const;
     void advance(double& value, double step) const;
