@@ -129,39 +129,41 @@ bool DuplicateFileFinder::scanFolder(Directory& folder, std::vector<Directory*>&
             folder.unique = true;
             return false;
         }
-        if (kind == EntryKind::folder) {
+        if (kind == EntryKind::folder)
             addFolder(folder, listing, name, stack, into);
-            continue;
-        }
-        if (kind == EntryKind::other) {
+        else if (kind == EntryKind::other)
             skip(folder, "not_a_file", folder.path / name, 0);
-            continue;
-        }
-        // The folder stays eligible without it: it is the desktop's own record of the window.
-        if (kind == EntryKind::file && (std::strcmp(name, ".DS_Store") == 0))
-            continue;
-        if (kind == EntryKind::file && exclude(name)) {
-            folder.unique = true;
-            continue;
-        }
-        Path path = folder.path / name;
-        auto status = keptStatus(folder, listing, name, path);
-        if (!status)
-            continue;
-        if (kind == EntryKind::link) {
-            auto link = std::make_shared<Symlink>(std::move(path), status->size, &folder);
-            into.links.add(status->size, link.get());
-            folder.entries.push_back(std::move(link));
-            continue;
-        }
-        auto file = std::make_shared<File>(std::move(path), status->size, &folder);
-        if (status->links > 1)
-            linkedFiles_.emplace(file.get(), fileIDOf(*status));
-        into.files.add(status->size, file.get());
-        folder.entries.push_back(std::move(file));
-        ++into.fileCount;
+        else
+            addFileOrLink(folder, listing, name, kind, into);
     }
     return true;
+}
+
+void DuplicateFileFinder::addFileOrLink(Directory& folder, const FolderListing& listing, const char* name,
+                                        EntryKind kind, Gathered& into) {
+    // The folder stays eligible without it: it is the desktop's own record of the window.
+    if (kind == EntryKind::file && std::strcmp(name, ".DS_Store") == 0)
+        return;
+    if (kind == EntryKind::file && exclude(name)) {
+        folder.unique = true;
+        return;
+    }
+    Path path = folder.path / name;
+    auto status = keptStatus(folder, listing, name, path);
+    if (!status)
+        return;
+    if (kind == EntryKind::link) {
+        auto link = std::make_shared<Symlink>(std::move(path), status->size, &folder);
+        into.links.add(status->size, link.get());
+        folder.entries.push_back(std::move(link));
+        return;
+    }
+    auto file = std::make_shared<File>(std::move(path), status->size, &folder);
+    if (status->links > 1)
+        linkedFiles_.emplace(file.get(), fileIDOf(*status));
+    into.files.add(status->size, file.get());
+    folder.entries.push_back(std::move(file));
+    ++into.fileCount;
 }
 
 // The status of a file or link the walk keeps; nothing, and the folder marked, when it is not kept.

@@ -88,6 +88,8 @@ private:
 
     std::vector<Path> searchRoots();
     bool scanFolder(Directory& folder, std::vector<Directory*>& stack, Gathered& into);
+    void addFileOrLink(Directory& folder, const FolderListing& listing, const char* name, EntryKind kind,
+                       Gathered& into);
     std::optional<FileStatus> keptStatus(Directory& folder, const FolderListing& listing, const char* name,
                                          const Path& path) const;
     void addFolder(Directory& folder, const FolderListing& listing, const char* name,
