@@ -28,7 +28,6 @@ DuplicateFileFinder::DuplicateFileFinder(std::function<void(double)> progress,
     : progress_(std::move(progress)), currentPath_(std::move(currentPath)) {}
 
 void DuplicateFileFinder::releaseFiles() {
-    linkedFiles_.clear();
     directories_.clear();
     libraries_.clear();
 }
@@ -40,10 +39,16 @@ void DuplicateFileFinder::find(Groups& duplicates, Groups& similar, bool isOnlyD
     Duplicate<long long, Package*> packages;
     std::deque<Package*> unknownSizePackages;
     int fileCount = 1;
-    linkedFiles_.clear();
-    for (const auto& root : searchRoots())
-        directories_.emplace_back(scanFiles(root, files, links, packages, unknownSizePackages, fileCount));
-    visited_.clear();
+    {
+        // The walk's record of folders lives in blocks of its own, given back whole when the walk
+        // ends, rather than in small pieces between the entries that stay.
+        std::pmr::monotonic_buffer_resource blocks;
+        visited_.emplace(&blocks);
+        for (const auto& root : searchRoots())
+            directories_.emplace_back(
+                scanFiles(root, files, links, packages, unknownSizePackages, fileCount));
+        visited_.reset();
+    }
     progress_(scannedProgress);
 
     Duplicate<ImageHashValue, File*> images;
@@ -159,8 +164,6 @@ void DuplicateFileFinder::addFileOrLink(Directory& folder, const FolderListing& 
         return;
     }
     auto file = std::make_shared<File>(std::move(path), status->size, &folder);
-    if (status->links > 1)
-        linkedFiles_.emplace(file.get(), fileIDOf(*status));
     into.files.add(status->size, file.get());
     folder.entries.push_back(std::move(file));
     ++into.fileCount;
@@ -229,7 +232,7 @@ void DuplicateFileFinder::addPackage(Directory& folder, const FolderListing& lis
 
 // False, and `folder` marked, when the walk has met this folder or package before.
 bool DuplicateFileFinder::firstVisit(Directory& folder, const FileStatus& status, const Path& path) {
-    if (visited_.insert(fileIDOf(status)).second)
+    if (visited_->insert(fileIDOf(status)).second)
         return true;
     skip(folder, "seen_before", path, 0);
     return false;
@@ -347,13 +350,14 @@ void DuplicateFileFinder::findDuplicateFiles(Duplicate<long long, File*>& bySize
 }
 
 // Whether all the files are names of one file on the disk: removing all but one frees nothing.
+// Asked of the few files that matched, rather than kept for every file the walk met.
 bool DuplicateFileFinder::oneFileOnDisk(const std::deque<File*>& files) const {
-    auto first = linkedFiles_.find(files.front());
-    if (first == linkedFiles_.end())
+    FileStatus first;
+    if (statusOf(files.front()->path, first) != 0 || first.links < 2)
         return false;
     return std::all_of(files.begin() + 1, files.end(), [&](const File* file) {
-        auto found = linkedFiles_.find(file);
-        return found != linkedFiles_.end() && found->second == first->second;
+        FileStatus status;
+        return statusOf(file->path, status) == 0 && fileIDOf(status) == fileIDOf(first);
     });
 }
 

@@ -15,8 +15,8 @@
 #include <atomic>
 #include <chrono>
 #include <functional>
+#include <memory_resource>
 #include <optional>
-#include <unordered_map>
 #include <unordered_set>
 #include <vector>
 
@@ -113,9 +113,7 @@ private:
     std::vector<Path> nestedRoots_;
     // The folders and packages the walk has met, so that none is gathered twice, whatever the
     // paths (bind mounts, repeated roots) it is reached by.
-    std::unordered_set<FileID, FileIDHash> visited_;
-    // Files with more than one link: two names of one file are never a group.
-    std::unordered_map<const File*, FileID> linkedFiles_;
+    std::optional<std::pmr::unordered_set<FileID, FileIDHash>> visited_;
     mutable std::chrono::steady_clock::time_point lastPathNotice_{};
 };
 
