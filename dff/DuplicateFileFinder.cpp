@@ -28,7 +28,6 @@ DuplicateFileFinder::DuplicateFileFinder(std::function<void(double)> progress,
     : progress_(std::move(progress)), currentPath_(std::move(currentPath)) {}
 
 void DuplicateFileFinder::releaseFiles() {
-    linkedFiles_.clear();
     directories_.clear();
     libraries_.clear();
 }
@@ -40,10 +39,16 @@ void DuplicateFileFinder::find(Groups& duplicates, Groups& similar, bool isOnlyD
     Duplicate<long long, Package*> packages;
     std::deque<Package*> unknownSizePackages;
     int fileCount = 1;
-    linkedFiles_.clear();
-    for (const auto& root : searchRoots())
-        directories_.emplace_back(scanFiles(root, files, links, packages, unknownSizePackages, fileCount));
-    visited_.clear();
+    {
+        // The walk's record of folders lives in blocks of its own, given back whole when the walk
+        // ends, rather than in small pieces between the entries that stay.
+        std::pmr::monotonic_buffer_resource blocks;
+        visited_.emplace(&blocks);
+        for (const auto& root : searchRoots())
+            directories_.emplace_back(
+                scanFiles(root, files, links, packages, unknownSizePackages, fileCount));
+        visited_.reset();
+    }
     progress_(scannedProgress);
 
     Duplicate<ImageHashValue, File*> images;
@@ -75,6 +80,9 @@ void DuplicateFileFinder::find(Groups& duplicates, Groups& similar, bool isOnlyD
 // Each root once, by its real path, and none that lies inside another: a folder searched twice
 // would be reported as a duplicate of itself.
 std::vector<Path> DuplicateFileFinder::searchRoots() {
+    // The walk meets real paths only, so exclusions are compared as real paths too.
+    for (auto& excluded : excludePaths)
+        excluded = canonicalPath(excluded).value_or(excluded);
     std::vector<Path> given;
     for (const auto& root : rootFolders)
         given.push_back(canonicalPath(root).value_or(root));
@@ -126,39 +134,39 @@ bool DuplicateFileFinder::scanFolder(Directory& folder, std::vector<Directory*>&
             folder.unique = true;
             return false;
         }
-        if (kind == EntryKind::folder) {
+        if (kind == EntryKind::folder)
             addFolder(folder, listing, name, stack, into);
-            continue;
-        }
-        if (kind == EntryKind::other) {
+        else if (kind == EntryKind::other)
             skip(folder, "not_a_file", folder.path / name, 0);
-            continue;
-        }
-        // The folder stays eligible without it: it is the desktop's own record of the window.
-        if (kind == EntryKind::file && (std::strcmp(name, ".DS_Store") == 0))
-            continue;
-        if (kind == EntryKind::file && exclude(name)) {
-            folder.unique = true;
-            continue;
-        }
-        Path path = folder.path / name;
-        auto status = keptStatus(folder, listing, name, path);
-        if (!status)
-            continue;
-        if (kind == EntryKind::link) {
-            auto link = std::make_shared<Symlink>(std::move(path), status->size, &folder);
-            into.links.add(status->size, link.get());
-            folder.entries.push_back(std::move(link));
-            continue;
-        }
-        auto file = std::make_shared<File>(std::move(path), status->size, &folder);
-        if (status->links > 1)
-            linkedFiles_.emplace(file.get(), fileIDOf(*status));
-        into.files.add(status->size, file.get());
-        folder.entries.push_back(std::move(file));
-        ++into.fileCount;
+        else
+            addFileOrLink(folder, listing, name, kind, into);
     }
     return true;
+}
+
+void DuplicateFileFinder::addFileOrLink(Directory& folder, const FolderListing& listing, const char* name,
+                                        EntryKind kind, Gathered& into) {
+    // The folder stays eligible without it: it is the desktop's own record of the window.
+    if (kind == EntryKind::file && std::strcmp(name, ".DS_Store") == 0)
+        return;
+    if (kind == EntryKind::file && exclude(name)) {
+        folder.unique = true;
+        return;
+    }
+    Path path = folder.path / name;
+    auto status = keptStatus(folder, listing, name, path);
+    if (!status)
+        return;
+    if (kind == EntryKind::link) {
+        auto link = std::make_shared<Symlink>(std::move(path), status->size, &folder);
+        into.links.add(status->size, link.get());
+        folder.entries.push_back(std::move(link));
+        return;
+    }
+    auto file = std::make_shared<File>(std::move(path), status->size, &folder);
+    into.files.add(status->size, file.get());
+    folder.entries.push_back(std::move(file));
+    ++into.fileCount;
 }
 
 // The status of a file or link the walk keeps; nothing, and the folder marked, when it is not kept.
@@ -224,7 +232,7 @@ void DuplicateFileFinder::addPackage(Directory& folder, const FolderListing& lis
 
 // False, and `folder` marked, when the walk has met this folder or package before.
 bool DuplicateFileFinder::firstVisit(Directory& folder, const FileStatus& status, const Path& path) {
-    if (visited_.insert(fileIDOf(status)).second)
+    if (visited_->insert(fileIDOf(status)).second)
         return true;
     skip(folder, "seen_before", path, 0);
     return false;
@@ -233,12 +241,12 @@ bool DuplicateFileFinder::firstVisit(Directory& folder, const FileStatus& status
 // Anything left out makes the folder's contents not fully known: it can be no duplicate.
 void DuplicateFileFinder::skip(Directory& folder, const char* event, const Path& path, int error) const {
     folder.unique = true;
-    if (!log)
-        return;
-    std::string line = std::string("[DuplicateScan] ") + event + " path=" + path.str();
-    if (error != 0)
-        line += " errno=" + std::to_string(error);
-    log(line);
+    note(event, path, error != 0 ? " errno=" + std::to_string(error) : std::string());
+}
+
+void DuplicateFileFinder::note(const char* event, const Path& path, const std::string& detail) const {
+    if (log)
+        log(std::string("[DuplicateScan] ") + event + " path=" + path.str() + detail);
 }
 
 bool DuplicateFileFinder::withExtension(const char* name, unsigned long nameLength,
@@ -325,6 +333,8 @@ void DuplicateFileFinder::findDuplicateFiles(Duplicate<long long, File*>& bySize
             byHash.add(file->hash, file);
             return;
         }
+        if (outcome.kind == RaceOutcome::unreadable)
+            note("read_failed", file->path, "");
         calcImageHash(file, images);
         file->unique = true;
     };
@@ -345,13 +355,14 @@ void DuplicateFileFinder::findDuplicateFiles(Duplicate<long long, File*>& bySize
 }
 
 // Whether all the files are names of one file on the disk: removing all but one frees nothing.
+// Asked of the few files that matched, rather than kept for every file the walk met.
 bool DuplicateFileFinder::oneFileOnDisk(const std::deque<File*>& files) const {
-    auto first = linkedFiles_.find(files.front());
-    if (first == linkedFiles_.end())
+    FileStatus first;
+    if (statusOf(files.front()->path, first) != 0 || first.links < 2)
         return false;
     return std::all_of(files.begin() + 1, files.end(), [&](const File* file) {
-        auto found = linkedFiles_.find(file);
-        return found != linkedFiles_.end() && found->second == first->second;
+        FileStatus status;
+        return statusOf(file->path, status) == 0 && fileIDOf(status) == fileIDOf(first);
     });
 }
 
@@ -413,8 +424,9 @@ void DuplicateFileFinder::findDuplicatePackages(Duplicate<long long, Package*>& 
                 }
                 local.add(package->hash, hasher.get());
                 racing.push_back(std::move(hasher));
-            } catch (const std::runtime_error&) {
+            } catch (const std::runtime_error& error) {
                 package->unique = true;
+                note("package_not_compared", package->path, std::string(" reason=") + error.what());
             }
         }
         for (auto node = local.begin(); !node.done(); ++node) {

@@ -15,8 +15,8 @@
 #include <atomic>
 #include <chrono>
 #include <functional>
+#include <memory_resource>
 #include <optional>
-#include <unordered_map>
 #include <unordered_set>
 #include <vector>
 
@@ -51,8 +51,8 @@ public:
     long long minFileSize = 0;
     // Size groups race on this many threads; the results do not depend on it.
     unsigned threads = SizeGroupRace::defaultThreads();
-    // Hears one line for everything the walk could not read or passed over against its will; may
-    // be empty.
+    // Hears one line for everything the search could not read or passed over against its will;
+    // may be empty.
     std::function<void(const std::string&)> log;
 
     // Scan phase.
@@ -88,6 +88,8 @@ private:
 
     std::vector<Path> searchRoots();
     bool scanFolder(Directory& folder, std::vector<Directory*>& stack, Gathered& into);
+    void addFileOrLink(Directory& folder, const FolderListing& listing, const char* name, EntryKind kind,
+                       Gathered& into);
     std::optional<FileStatus> keptStatus(Directory& folder, const FolderListing& listing, const char* name,
                                          const Path& path) const;
     void addFolder(Directory& folder, const FolderListing& listing, const char* name,
@@ -96,6 +98,7 @@ private:
                     Gathered& into);
     bool firstVisit(Directory& folder, const FileStatus& status, const Path& path);
     void skip(Directory& folder, const char* event, const Path& path, int error) const;
+    void note(const char* event, const Path& path, const std::string& detail) const;
     bool oneFileOnDisk(const std::deque<File*>& files) const;
     void calcImageHash(File* file, Duplicate<ImageHashValue, File*>& images) const;
     void advance(double& value, double step) const;
@@ -110,9 +113,7 @@ private:
     std::vector<Path> nestedRoots_;
     // The folders and packages the walk has met, so that none is gathered twice, whatever the
     // paths (bind mounts, repeated roots) it is reached by.
-    std::unordered_set<FileID, FileIDHash> visited_;
-    // Files with more than one link: two names of one file are never a group.
-    std::unordered_map<const File*, FileID> linkedFiles_;
+    std::optional<std::pmr::unordered_set<FileID, FileIDHash>> visited_;
     mutable std::chrono::steady_clock::time_point lastPathNotice_{};
 };
 

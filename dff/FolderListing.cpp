@@ -128,6 +128,8 @@ bool FolderListing::next(const char*& name, EntryKind& kind) {
 }
 
 int FolderListing::status(const char* name, FileStatus& out) const {
+    if (!dir_)
+        return error_;
     struct stat info {};
     if (::fstatat(::dirfd(static_cast<DIR*>(dir_)), name, &info, AT_SYMLINK_NOFOLLOW) != 0)
         return errno;
@@ -136,6 +138,8 @@ int FolderListing::status(const char* name, FileStatus& out) const {
 }
 
 int FolderListing::status(FileStatus& out) const {
+    if (!dir_)
+        return error_;
     struct stat info {};
     if (::fstat(::dirfd(static_cast<DIR*>(dir_)), &info) != 0)
         return errno;

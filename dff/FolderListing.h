@@ -85,7 +85,7 @@ int openForReading(const Path& path);
 // The text of a link into `buffer`, at most `capacity` bytes; its length, or -1.
 long long readLink(const Path& path, char* buffer, long long capacity);
 
-// The path with every link, "." and ".." resolved; empty when it cannot be.
+// The path with every link, "." and ".." resolved; nothing when it cannot be resolved.
 std::optional<Path> canonicalPath(const Path& path);
 
 } // namespace dff

@@ -295,11 +295,14 @@ TEST_F(FinderTest, WhatTheWalkPassesOverReachesTheLogWithItsPath) {
     writeContent(at("a/x"), 100, 1);
     writeContent(at("b/x"), 100, 1);
     Socket socket(at("b/socket"));
+    writeContent(at("c/Odd.app/Contents/x"), 100, 2);
+    Socket packed(at("c/Odd.app/socket"));
     auto groups = find();
-    // b is incomplete, so only the files match; the socket is named in the log.
+    // b is incomplete, so only the files match; the socket and the package are named in the log.
     EXPECT_EQ(groups, (std::vector<std::set<std::string>>{{"a/x", "b/x"}}));
-    ASSERT_EQ(logLines.size(), 1u);
+    ASSERT_EQ(logLines.size(), 2u);
     EXPECT_NE(logLines[0].find(tree.at("b/socket")), std::string::npos);
+    EXPECT_NE(logLines[1].find(tree.at("c/Odd.app")), std::string::npos);
 }
 
 TEST_F(FinderTest, AFolderIsNeverADuplicateOfItself) {
@@ -312,6 +315,16 @@ TEST_F(FinderTest, AFolderIsNeverADuplicateOfItself) {
         roots = {tree.at(second), tree.at("ov")};
         EXPECT_TRUE(find().empty()) << second;
     }
+}
+
+TEST_F(FinderTest, ExclusionsNamedThroughALinkStillApplyToTheRealPaths) {
+    writeContent(at("real/a/x"), 100, 1);
+    writeContent(at("real/b/x"), 100, 1);
+    writeContent(at("real/skip/x"), 100, 1);
+    ASSERT_EQ(::symlink(tree.at("real").c_str(), tree.at("link").c_str()), 0);
+    roots = {tree.at("link")};
+    excludePaths = {Path(tree.at("link/skip"))};
+    EXPECT_EQ(find(), (std::vector<std::set<std::string>>{{"real/a", "real/b"}}));
 }
 
 TEST_F(FinderTest, ARootInsideAHiddenFolderIsSearchedThoughTheOuterRootSkipsHiddenFolders) {

@@ -74,16 +74,6 @@ TEST(FolderListing, PathsLongerThanTheLimitAreReadLikeShortOnes) {
     EXPECT_EQ(read, std::string(5000, 'z'));
 }
 
-TEST(FolderListing, CanonicalPathsResolveLinksAndDots) {
-    TempTree tree;
-    tree.folder("a/b");
-    ASSERT_EQ(::symlink(tree.at("a").c_str(), tree.at("to-a").c_str()), 0);
-    auto real = canonicalPath(tree.at("a/b"));
-    ASSERT_TRUE(real);
-    EXPECT_EQ(canonicalPath(tree.at("to-a/./b/../b"))->str(), real->str());
-    EXPECT_FALSE(canonicalPath(tree.at("nowhere")));
-}
-
 TEST(LinkText, OneDigestForTheScanAndThePackages) {
     TempTree tree;
     ASSERT_EQ(::symlink("target", tree.at("l").c_str()), 0);
