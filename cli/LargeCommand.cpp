@@ -1,6 +1,7 @@
 // tidewell large: the largest files of the home folder, biggest first.
 #include "cli/ByteCount.h"
 #include "cli/Command.h"
+#include "cli/CommandPaths.h"
 #include "cli/JsonRecords.h"
 #include "cli/Terminal.h"
 
@@ -44,8 +45,7 @@ public:
         auto report = std::make_shared<LargeFileReport>(options.quiet);
         auto finder = core::LargeFileFinder::make();
         finder->delegate = report;
-        for (const auto& path : excluded_)
-            finder->exclubeFilesUrls.push_back(core::URL::fileURL(path));
+        finder->exclubeFilesUrls = commandLineURLs(excluded_);
         finder->start(minimum);
         core::DispatchQueue::runUntil([&] { return report->done; }, std::chrono::hours(24));
         report->progress.finish();

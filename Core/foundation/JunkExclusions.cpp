@@ -1,6 +1,7 @@
 #include "Core/foundation/JunkExclusions.h"
 
 #include "Core/foundation/FileManager.h"
+#include "Core/platform/ConfinedPath.h"
 
 #include <sys/stat.h>
 
@@ -32,6 +33,11 @@ std::vector<URL> siblingsAlongTheWay(const URL& top, const URL& excluded) {
 }
 
 } // namespace
+
+JunkExclusions::JunkExclusions(const std::vector<URL>& excluded) {
+    for (const auto& url : excluded)
+        excluded_.push_back(URL::fileURL(lexicallyNormal(url.path())));
+}
 
 bool JunkExclusions::excludes(const URL& entry) const {
     for (const auto& excluded : excluded_)
