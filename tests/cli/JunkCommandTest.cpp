@@ -1,15 +1,13 @@
 // Runs tidewell's junk, large and size commands as a child process on a scratch root and home, for
 // what they do with paths that are not plain: loose exclusions, unreadable folders, a downloads
 // folder outside the home, paths that name nothing.
+#include "tests/support/ShellCommand.h"
 #include "tests/support/TempTree.h"
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
-#include <array>
-#include <cstdio>
 #include <fstream>
-#include <sys/wait.h>
 #include <unistd.h>
 
 using core::testing::TempTree;
@@ -34,15 +32,10 @@ protected:
         std::string command = "cd " + shellQuoted(folder) + " && " + TIDEWELL_PATH + " --quiet --root " +
                               shellQuoted(root.path()) + " --home " + shellQuoted(home.path()) + " " +
                               arguments + " 2>" + shellQuoted(errors);
-        FILE* pipe = ::popen(command.c_str(), "r");
-        std::string out;
-        std::array<char, 4096> buffer{};
-        while (std::size_t read = std::fread(buffer.data(), 1, buffer.size(), pipe))
-            out.append(buffer.data(), read);
-        int status = ::pclose(pipe);
+        auto outcome = core::testing::runShellCommand(command);
         std::ifstream in(errors);
         std::string err{std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
-        return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, out, err};
+        return {outcome.exitCode, outcome.out, err};
     }
     nlohmann::json junkJson(const std::string& arguments, const std::string& folder = "/") const {
         auto run = tidewell("--json junk " + arguments, folder);

@@ -1,16 +1,14 @@
 // Runs the real tidewell binary as a child process on a macOS-like tree, as a user or script would.
 #include "tests/support/AppFixtures.h"
+#include "tests/support/ShellCommand.h"
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
-#include <array>
-#include <cstdio>
 #include <fstream>
 #include <map>
 #include <set>
 #include <sstream>
-#include <sys/wait.h>
 
 using core::testing::TempTree;
 
@@ -26,14 +24,9 @@ std::string shellQuoted(const std::string& text) {
 }
 
 Run tidewell(const std::string& arguments, const std::string& stderrPath = "/dev/null") {
-    std::string command = std::string(TIDEWELL_PATH) + " " + arguments + " 2>" + shellQuoted(stderrPath);
-    FILE* pipe = ::popen(command.c_str(), "r");
-    std::string out;
-    std::array<char, 4096> buffer{};
-    while (std::size_t read = std::fread(buffer.data(), 1, buffer.size(), pipe))
-        out.append(buffer.data(), read);
-    int status = ::pclose(pipe);
-    return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, out};
+    auto outcome = core::testing::runShellCommand(std::string(TIDEWELL_PATH) + " " + arguments + " 2>" +
+                                                  shellQuoted(stderrPath));
+    return {outcome.exitCode, outcome.out};
 }
 
 std::string slurp(const std::string& path) {
