@@ -4,6 +4,7 @@
 #include "cli/CommandPaths.h"
 #include "cli/JsonRecords.h"
 #include "cli/Terminal.h"
+#include "cli/UnreadableFolders.h"
 
 #include "Core/junk/LargeFileFinder.h"
 
@@ -42,6 +43,7 @@ public:
 
     int run(const GlobalOptions& options) override {
         auto minimum = parseByteCount(minSize_);
+        UnreadableFolders unreadable;
         auto report = std::make_shared<LargeFileReport>(options.quiet);
         auto finder = core::LargeFileFinder::make();
         finder->delegate = report;
@@ -59,6 +61,7 @@ public:
             total += file.size;
         }
         std::cout << report->files.size() << " files, " << core::sizeString(total) << '\n';
+        unreadable.printSummary(std::cout);
         return 0;
     }
 
