@@ -1,16 +1,19 @@
 // tidewell junk: runs the junk scan as the application would and reports every category.
 #include "cli/Command.h"
 #include "cli/JsonBytes.h"
+#include "cli/CommandPaths.h"
 #include "cli/JsonRecords.h"
 #include "cli/Resources.h"
 #include "cli/ScanCompletion.h"
 #include "cli/Terminal.h"
+#include "cli/UnreadableFolders.h"
 
 #include "Core/foundation/SizeString.h"
 #include "Core/junk/JunkFileFinder.h"
 
 #include <atomic>
 #include <iostream>
+#include <set>
 #include <sstream>
 
 namespace tidewell {
@@ -48,13 +51,6 @@ core::JunkFileFinderConfig parseOnly(const std::string& names) {
         config.*(found->second) = true;
     }
     return config;
-}
-
-std::vector<core::URL> toURLs(const std::vector<std::string>& paths) {
-    std::vector<core::URL> urls;
-    for (const auto& path : paths)
-        urls.push_back(core::URL::fileURL(path));
-    return urls;
 }
 
 // Gathers what the scan reports, on the main queue, and drives the progress line.
@@ -133,29 +129,47 @@ template <class Record> std::int64_t totalSize(const std::vector<Record>& record
     return total;
 }
 
+// The whole of what the scan found, each path once: a disk image in the downloads folder is on
+// both lists, but takes its space on the disk once.
+class DistinctTotal {
+public:
+    template <class Record> void add(const std::vector<Record>& records) {
+        for (const auto& record : records)
+            if (paths_.insert(record.url.path()).second)
+                bytes_ += record.size;
+    }
+    std::size_t items() const { return paths_.size(); }
+    std::int64_t bytes() const { return bytes_; }
+
+private:
+    std::set<std::string> paths_;
+    std::int64_t bytes_ = 0;
+};
+
 void JunkReport::printHuman(bool screenshotsAsked) const {
     std::vector<std::vector<std::string>> rows = {{"Category", "Items", "Size"}};
-    std::int64_t count = 0, total = 0;
+    DistinctTotal total;
     auto addRow = [&](const std::string& name, std::size_t items, std::int64_t bytes) {
         rows.push_back({name, std::to_string(items), core::sizeString(bytes)});
-        count += static_cast<std::int64_t>(items);
-        total += bytes;
     };
-    for (const auto& [key, files] : fileCategories())
+    for (const auto& [key, files] : fileCategories()) {
         addRow(key, files->size(), totalSize(*files));
+        total.add(*files);
+    }
     auto addAppRows = [&](const std::string& name, const auto& groups) {
         std::size_t items = 0;
         std::int64_t bytes = 0;
         for (const auto& group : groups) {
             items += group.files.size();
             bytes += totalSize(group.files);
+            total.add(group.files);
         }
         addRow(name, items, bytes);
     };
     addAppRows("appJunk", appJunk);
     addAppRows("appExtraJunk", appExtraJunk);
     addAppRows("orphanJunk", orphanJunk);
-    rows.push_back({"Total", std::to_string(count), core::sizeString(total)});
+    addRow("Total", total.items(), total.bytes());
     printTable(rows);
     if (screenshotsAsked && screenshotsSkipped)
         std::cout << "(screenshots were not scanned)\n";
@@ -181,19 +195,22 @@ public:
     int run(const GlobalOptions& options) override {
         auto config = parseOnly(only_);
         requireApplicationResources();
+        UnreadableFolders unreadable;
         auto report = std::make_shared<JunkReport>(options.quiet);
         auto finder = core::JunkFileFinder::make();
         finder->delegate = report;
-        finder->exclubeFilesUrls = toURLs(excludedFiles_);
-        finder->exclubeAppUrls = toURLs(excludedApps_);
+        finder->exclubeFilesUrls = commandLineURLs(excludedFiles_);
+        finder->exclubeAppUrls = commandLineURLs(excludedApps_);
         finder->exclubeAppIds = excludedAppIds_;
         finder->start(config);
         report->completion.wait();
         report->progress.finish();
-        if (options.json)
+        if (options.json) {
             std::cout << report->json().dump(2) << '\n';
-        else
+        } else {
             report->printHuman(config.screenshotFiles);
+            unreadable.printSummary(std::cout);
+        }
         return 0;
     }
 

@@ -1,9 +1,11 @@
 // tidewell large: the largest files of the home folder, biggest first.
 #include "cli/ByteCount.h"
 #include "cli/Command.h"
+#include "cli/CommandPaths.h"
 #include "cli/JsonRecords.h"
 #include "cli/ScanCompletion.h"
 #include "cli/Terminal.h"
+#include "cli/UnreadableFolders.h"
 
 #include "Core/junk/LargeFileFinder.h"
 
@@ -41,11 +43,11 @@ public:
 
     int run(const GlobalOptions& options) override {
         auto minimum = parseByteCount(minSize_);
+        UnreadableFolders unreadable;
         auto report = std::make_shared<LargeFileReport>(options.quiet);
         auto finder = core::LargeFileFinder::make();
         finder->delegate = report;
-        for (const auto& path : excluded_)
-            finder->exclubeFilesUrls.push_back(core::URL::fileURL(path));
+        finder->exclubeFilesUrls = commandLineURLs(excluded_);
         finder->start(minimum);
         report->completion.wait();
         report->progress.finish();
@@ -59,6 +61,7 @@ public:
             total += file.size;
         }
         std::cout << counted(report->files.size(), "file") << ", " << core::sizeString(total) << '\n';
+        unreadable.printSummary(std::cout);
         return 0;
     }
 

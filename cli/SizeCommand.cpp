@@ -1,5 +1,6 @@
 // tidewell size: the size of files and folders as the junk scan counts them.
 #include "cli/Command.h"
+#include "cli/CommandPaths.h"
 #include "cli/JsonRecords.h"
 #include "cli/ScanCompletion.h"
 #include "cli/Terminal.h"
@@ -7,11 +8,24 @@
 #include "Core/foundation/FileFinderContext.h"
 #include "Core/foundation/FileManager.h"
 
-#include <filesystem>
 #include <iostream>
 
 namespace tidewell {
 namespace {
+
+// Why a path cannot be sized: it names nothing, or it is a folder that cannot be listed. A size of
+// 0 would read as an empty file or folder.
+std::optional<std::string> unreadable(const std::optional<core::URL>& url) {
+    if (!url)
+        return "an empty path names no file";
+    std::error_code error;
+    auto values = core::resourceValues(*url, core::URLIsDirectoryKey, error);
+    if (values && values->isDirectory.value_or(false))
+        core::urlResources(*url, core::URLNameKey, error);
+    if (error)
+        return error.message();
+    return std::nullopt;
+}
 
 class SizeCommand final : public Command {
 public:
@@ -25,31 +39,41 @@ public:
     int run(const GlobalOptions& options) override {
         ProgressLine progress(options.quiet);
         std::vector<core::File> sizes;
+        std::vector<std::string> failures;
         ScanCompletion completion;
         // Sizing runs on a scan queue under a context, as a scanner's would, so the main queue
         // stays free to show what is being sized.
         auto context = core::FileFinderContext::make([&](core::URL url) { progress.setCurrent(url.path()); });
         context->async(core::DispatchQueue::makeSerial("tidewell.size"), [&] {
             for (const auto& path : paths_) {
-                auto url = core::URL::fileURL(std::filesystem::absolute(path).lexically_normal().string());
-                sizes.push_back({url, core::size(url)});
+                auto url = commandLineURL(path);
+                if (auto reason = unreadable(url))
+                    failures.push_back("tidewell: size: " + printable(path) + ": " + *reason);
+                else
+                    sizes.push_back({*url, core::size(*url)});
             }
             completion.mark();
         });
         completion.wait();
         progress.finish();
-        if (options.json) {
+        for (const auto& failure : failures)
+            std::cerr << failure << '\n';
+        print(sizes, options.json);
+        return failures.empty() ? 0 : 2;
+    }
+
+private:
+    static void print(const std::vector<core::File>& sizes, bool json) {
+        if (json) {
             std::cout << toJsonArray(sizes).dump(2) << '\n';
-            return 0;
+            return;
         }
         std::vector<std::vector<std::string>> rows;
         for (const auto& file : sizes)
             rows.push_back({printable(file.url.path()), file.sizeString(), counted(file.size, "byte")});
         printTable(rows);
-        return 0;
     }
 
-private:
     std::vector<std::string> paths_;
 };
 

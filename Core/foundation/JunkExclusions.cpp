@@ -2,6 +2,8 @@
 
 #include "Core/foundation/FileManager.h"
 #include "Core/platform/FileStatus.h"
+#include "Core/platform/ConfinedPath.h"
+#include <sys/stat.h>
 
 namespace core {
 namespace {
@@ -30,6 +32,11 @@ std::vector<URL> siblingsAlongTheWay(const URL& top, const URL& excluded) {
 }
 
 } // namespace
+
+JunkExclusions::JunkExclusions(const std::vector<URL>& excluded) {
+    for (const auto& url : excluded)
+        excluded_.push_back(URL::fileURL(lexicallyNormal(url.path())));
+}
 
 bool JunkExclusions::excludes(const URL& entry) const {
     for (const auto& excluded : excluded_)

@@ -13,7 +13,9 @@ namespace core {
 class JunkExclusions {
 public:
     JunkExclusions() = default;
-    explicit JunkExclusions(std::vector<URL> excluded) : excluded_(std::move(excluded)) {}
+    // Each path is compared in its lexically normal form ("//", "/./", ".." and a trailing "/"
+    // taken out), as a listing names the entries it meets.
+    explicit JunkExclusions(const std::vector<URL>& excluded);
 
     // The entry is an excluded path or lies inside one.
     bool excludes(const URL& entry) const;

@@ -1,5 +1,6 @@
 #include "Core/junk/DownloadsScanner.h"
 
+#include "Core/foundation/Analytics.h"
 #include "Core/foundation/FileFinderContext.h"
 #include "Core/foundation/FileManager.h"
 #include "Core/platform/SystemPaths.h"
@@ -23,7 +24,7 @@ const std::vector<std::pair<std::string, bool>> mailClientFolders = {
 };
 
 std::vector<URLResource> listWithSizes(const URL& folder, std::error_code& error) {
-    return urlResources(folder, URLFileSizeKey | URLIsDirectoryKey, error);
+    return listFolderOrReport(folder, URLFileSizeKey | URLIsDirectoryKey, error);
 }
 
 void reportEntry(const URLResource& entry, JunkCategoryTally& tally, const FoundFile& found) {
@@ -80,8 +81,12 @@ void DownloadsScanner::scanDownloads(const JunkExclusions& exclusions, const Fou
     if (FileFinderContext::currentIsInterrupted())
         return;
     JunkCategoryTally tally;
+    auto downloads = SystemPaths::shared().downloadsFolder();
+    if (!downloads.refused.empty())
+        analytics()->log(
+            "[Downloads] refused_folder fallback=" + downloads.path + " path=" + downloads.refused, 3);
     std::error_code error;
-    auto entries = listWithSizes(URL::fileURL(SystemPaths::shared().downloadsDirectory()), error);
+    auto entries = listWithSizes(URL::fileURL(downloads.path), error);
     for (const auto& entry : entries) {
         if (FileFinderContext::currentIsInterrupted())
             return;

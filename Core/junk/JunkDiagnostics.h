@@ -1,20 +1,35 @@
 // What a junk category tells the diagnostics when it ends: its name, how long it took, and how
-// many files it found with their total size.
+// many files it found with their total size; and the folders a scan could not read, since a scan
+// reports no errors to its delegate and an unreadable folder would otherwise just look empty.
 //
-// Threading: a tally belongs to the category that fills it.
+// Threading: a tally belongs to the category that fills it; the functions are reentrant.
 #pragma once
 
 #include "Core/foundation/File.h"
+#include "Core/foundation/FileManager.h"
 
 #include <chrono>
 #include <cstdint>
 #include <functional>
 #include <map>
 #include <string>
+#include <system_error>
+#include <vector>
 
 namespace core {
 
 inline constexpr int junkCategoryEventNumber = 2;
+
+// The start of the log line for a folder that could not be read: "[Scan] unreadable_folder
+// errno=N path=P", at level 3. Hosts count these lines.
+inline constexpr const char* unreadableFolderLogLine = "[Scan] unreadable_folder";
+
+// Logs a folder that could not be read, with the errno of the failure.
+void reportUnreadableFolder(const std::string& path, int error);
+
+// Lists a folder for a scan. A folder that exists but cannot be listed is logged; one that does not
+// exist is not: the scans look at many folders that may not be there.
+std::vector<URLResource> listFolderOrReport(const URL& folder, URLResourceKeys keys, std::error_code& error);
 
 // Where a category sends each find.
 using FoundFile = std::function<void(const File&)>;

@@ -1,6 +1,7 @@
 #include "Core/junk/LargeFileFinder.h"
 
 #include "Core/foundation/JunkExclusions.h"
+#include "Core/junk/JunkDiagnostics.h"
 #include "Core/platform/SystemPaths.h"
 
 namespace core {
@@ -20,6 +21,7 @@ std::shared_ptr<LargeFileFinder> LargeFileFinder::make() {
         if (auto self = weakFinder.lock())
             self->didFinishGathering();
     });
+    finder->query_->setDidFailToList(reportUnreadableFolder);
     return finder;
 }
 

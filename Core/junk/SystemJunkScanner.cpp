@@ -61,7 +61,7 @@ template <class Skip>
 bool reportEntries(const std::string& folder, const JunkExclusions& exclusions, Skip skip,
                    JunkCategoryTally& tally, const FoundFile& found) {
     std::error_code error;
-    auto entries = urlResources(URL::fileURL(folder), URLFileSizeKey | URLIsDirectoryKey, error);
+    auto entries = listFolderOrReport(URL::fileURL(folder), URLFileSizeKey | URLIsDirectoryKey, error);
     for (const auto& entry : entries) {
         if (FileFinderContext::currentIsInterrupted())
             return false;
@@ -81,8 +81,8 @@ void reportIfPresent(const std::string& path, JunkCategoryTally& tally, const Fo
 // The rotated logs of "/private/var/log". False when the scan was interrupted.
 bool reportVarLogs(JunkCategoryTally& tally, const FoundFile& found) {
     std::error_code error;
-    auto entries = urlResources(URL::fileURL(SystemPaths::shared().resolve("/private/var/log")),
-                                URLFileSizeKey | URLIsDirectoryKey | URLNameKey, error);
+    auto entries = listFolderOrReport(URL::fileURL(SystemPaths::shared().resolve("/private/var/log")),
+                                      URLFileSizeKey | URLIsDirectoryKey | URLNameKey, error);
     if (error || !varLogPattern())
         return true;
     for (const auto& entry : entries) {
@@ -126,7 +126,7 @@ void SystemJunkScanner::scanSystemLogs(const JunkExclusions& exclusions, const F
         return;
     JunkCategoryTally tally;
     auto sparesNothing = [](const std::string&) { return false; };
-    if (!reportEntries(SystemPaths::shared().localLibrary() + "/Logs", exclusions, sparesNothing, tally,
+    if (!reportEntries(SystemPaths::shared().resolve("/Library/Logs"), exclusions, sparesNothing, tally,
                        found))
         return;
     reportIfPresent(SystemPaths::shared().resolve("/private/var/db/diagnostics"), tally, found);

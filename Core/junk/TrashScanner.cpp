@@ -30,7 +30,7 @@ std::string joinedPaths(const std::vector<std::string>& paths) {
 std::vector<std::string> ownTrashList() {
     std::vector<std::string> own = {SystemPaths::shared().inHome(".Trash")};
     std::string uid = std::to_string(currentUserID());
-    for (const auto& volume : mountedVolumePaths())
+    for (const auto& volume : volumesUnderRoot(SystemPaths::shared().root()))
         own.push_back((volume == "/" ? "" : volume) + "/.Trashes/" + uid);
     return own;
 }
@@ -50,7 +50,7 @@ void inspect(const std::string& path, bool fromSystem) {
 bool scanCandidate(const std::string& path, const JunkExclusions& exclusions, JunkCategoryTally& tally,
                    const FoundFile& found) {
     std::error_code error;
-    auto items = urlResources(URL::fileURL(path), URLFileSizeKey | URLIsDirectoryKey, error);
+    auto items = listFolderOrReport(URL::fileURL(path), URLFileSizeKey | URLIsDirectoryKey, error);
     if (error) {
         TrashScanner::trashLog("list_failed", {{"path", path}, {"error", error.message()}});
         return true;

@@ -1,11 +1,13 @@
 #include "Core/platform/MetadataQuery.h"
 
 #include "Core/platform/FileInfo.h"
+#include "Core/platform/FolderDescriptor.h"
 #include "Core/platform/SystemPaths.h"
 #include "Core/platform/Text.h"
 #include "Core/platform/UniformTypes.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <dirent.h>
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -135,11 +137,14 @@ struct MetadataQuery::Gathering {
     // Lists one folder; hands each subfolder on to be listed the same way.
     void walk(const std::weak_ptr<MetadataQuery>& query, const std::shared_ptr<Gathering>& self,
               const std::string& path, dev_t device) {
-        int fd = ::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
+        int fd = openFolderNoFollow(path);
         DIR* dir = fd < 0 ? nullptr : ::fdopendir(fd);
         if (!dir) {
+            int error = errno;
             if (fd >= 0)
                 ::close(fd);
+            if (auto owner = query.lock(); owner && error != ENOENT)
+                owner->failedToList(path, error);
             return;
         }
         std::vector<MetadataItem> found;
@@ -218,6 +223,21 @@ void MetadataQuery::setDidUpdate(std::function<void()> callback) {
 void MetadataQuery::setDidFinishGathering(std::function<void()> callback) {
     std::lock_guard lock(mutex_);
     didFinishGathering_ = std::move(callback);
+}
+
+void MetadataQuery::setDidFailToList(std::function<void(const std::string&, int)> callback) {
+    std::lock_guard lock(mutex_);
+    didFailToList_ = std::move(callback);
+}
+
+void MetadataQuery::failedToList(const std::string& path, int error) {
+    std::function<void(const std::string&, int)> callback;
+    {
+        std::lock_guard lock(mutex_);
+        callback = didFailToList_;
+    }
+    if (callback)
+        callback(path, error);
 }
 
 bool MetadataQuery::startQuery() {

@@ -69,6 +69,9 @@ public:
     void setOperationQueue(std::shared_ptr<OperationQueue> queue);
     void setDidUpdate(std::function<void()> callback);
     void setDidFinishGathering(std::function<void()> callback);
+    // Called on a thread of the walk for each folder that is there but cannot be listed, with the
+    // errno of the failure.
+    void setDidFailToList(std::function<void(const std::string& path, int error)> callback);
 
     // Starts gathering; false when there is no predicate or a gathering is under way.
     bool startQuery();
@@ -85,6 +88,7 @@ private:
     void post(const std::function<void()>& callback);
     void gatheringFinished(const std::shared_ptr<Gathering>& gathering);
     void addMatches(const std::shared_ptr<Gathering>& gathering, std::vector<MetadataItem> matches);
+    void failedToList(const std::string& path, int error);
 
     mutable std::mutex mutex_;
     std::optional<MetadataPredicate> predicate_;
@@ -94,6 +98,7 @@ private:
     std::shared_ptr<OperationQueue> operationQueue_;
     std::function<void()> didUpdate_;
     std::function<void()> didFinishGathering_;
+    std::function<void(const std::string&, int)> didFailToList_;
     std::shared_ptr<Gathering> gathering_;
     std::vector<MetadataItem> results_;
 };

@@ -1,5 +1,6 @@
 #include "Core/platform/MountedVolumes.h"
 
+#include "Core/platform/ConfinedPath.h"
 #include "Core/platform/FileInfo.h"
 
 #include <mutex>
@@ -64,6 +65,15 @@ std::vector<std::string> mountedVolumePaths() {
         path = mountInfoFile;
     }
     return parseMountInfo(readFileContents(path).value_or(""));
+}
+
+std::vector<std::string> volumesUnderRoot(const std::string& root) {
+    auto mounted = mountedVolumePaths();
+    std::vector<std::string> inside;
+    for (auto& point : mounted)
+        if (isSameOrBelow(point, root))
+            inside.push_back(std::move(point));
+    return inside;
 }
 
 void setMountInfoFile(std::string path) {

@@ -15,6 +15,10 @@ std::vector<std::string> parseMountInfo(const std::string& text);
 // The mount points of this process's mount table.
 std::vector<std::string> mountedVolumePaths();
 
+// The mount points of the volumes a scan under `root` looks at: the root itself if it is one, and
+// those mounted inside it. The host's other volumes are not part of what is being cleaned.
+std::vector<std::string> volumesUnderRoot(const std::string& root);
+
 // Reads the mount table from another file; empty restores "/proc/self/mountinfo".
 void setMountInfoFile(std::string path);
 

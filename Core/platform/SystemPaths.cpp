@@ -1,6 +1,10 @@
 #include "Core/platform/SystemPaths.h"
 #include "Core/platform/ResourcesLocation.h"
 
+#include "Core/platform/ConfinedPath.h"
+#include "Core/platform/UserDirs.h"
+
+#include <algorithm>
 #include <cstdlib>
 #include <fstream>
 
@@ -27,6 +31,16 @@ std::string join(const std::string& base, const std::string& relative) {
         joined += '/';
     joined.append(relative, skip, std::string::npos);
     return joined;
+}
+
+// Reads one byte more than a user-dirs file may hold, so that an oversized file is read no further
+// and still refused as one.
+std::string userDirsText(const std::string& path) {
+    std::ifstream in(path, std::ios::binary);
+    std::string text(userDirsSizeLimit + 1, '\0');
+    in.read(text.data(), static_cast<std::streamsize>(text.size()));
+    text.resize(static_cast<std::size_t>(std::max<std::streamsize>(in.gcount(), 0)));
+    return text;
 }
 
 } // namespace
@@ -68,33 +82,48 @@ std::string SystemPaths::home() const {
 }
 
 std::string SystemPaths::resolve(const std::string& absolutePath) const {
-    return join(root(), absolutePath);
+    return resolveUnder(root(), absolutePath);
 }
 
 std::string SystemPaths::inHome(const std::string& relativePath) const {
-    return join(home(), relativePath);
+    std::string top = root();
+    std::string homeFolder = home();
+    if (top == "/" || !isSameOrBelow(homeFolder, top))
+        return join(homeFolder, relativePath);
+    return resolveUnder(top, join(homeFolder.substr(top.size()), relativePath));
 }
 
-// A line of user-dirs.dirs reads XDG_DOWNLOAD_DIR="$HOME/Downloads"; the value is either
-// "$HOME/..." or an absolute path.
-std::string SystemPaths::downloadsDirectory() const {
-    std::ifstream dirs(inHome(".config/user-dirs.dirs"));
-    const std::string key = "XDG_DOWNLOAD_DIR=";
-    for (std::string line; std::getline(dirs, line);) {
-        if (line.rfind(key, 0) != 0)
-            continue;
-        std::string value = line.substr(key.size());
-        if (value.size() >= 2 && value.front() == '"' && value.back() == '"')
-            value = value.substr(1, value.size() - 2);
-        if (value.rfind("$HOME", 0) == 0)
-            return withoutTrailingSlash(inHome(value.substr(5)));
-        if (!value.empty() && value.front() == '/')
-            return withoutTrailingSlash(value);
-    }
-    return inHome("Downloads");
+// On the machine's own root the links are the machine's: the path is used as named.
+std::string SystemPaths::resolveUnder(const std::string& top, const std::string& absolutePath) {
+    if (top == "/")
+        return join(top, absolutePath);
+    return resolveInside(top, absolutePath, Escape::clamp).value_or(join(unreachableFolder, absolutePath));
 }
 
+SystemPaths::DownloadsFolder SystemPaths::downloadsFolder() const {
+    std::string homeFolder = home();
+    std::string fallback = inHome("Downloads");
+    auto named = userDirsDownloadFolder(userDirsText(inHome(".config/user-dirs.dirs")));
+    if (!named)
+        return {fallback, {}};
+    std::optional<std::string> resolved;
+    if (named->inHome)
+        resolved = resolveInside(homeFolder, named->path, Escape::refuse);
+    else if (isSameOrBelow(named->path, homeFolder))
+        resolved = resolveInside(homeFolder, named->path.substr(homeFolder == "/" ? 0 : homeFolder.size()),
+                                 Escape::refuse);
+    std::string refused = named->inHome ? "$HOME" + named->path : named->path;
+    if (!resolved || *resolved == homeFolder)
+        return {fallback, refused};
+    return {*resolved, {}};
+}
+
+// The host's $TMPDIR belongs to the machine that runs the scan; on a volume being cleaned what
+// stands for the temporary folder is the volume's own "/tmp".
 std::string SystemPaths::temporaryDirectory() const {
+    std::string top = root();
+    if (top != "/")
+        return resolve("/tmp");
     return withoutTrailingSlash(environmentOr("TMPDIR", "/tmp"));
 }
 

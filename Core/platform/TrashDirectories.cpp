@@ -41,7 +41,7 @@ std::vector<std::string> trashDirectoriesIncludingICloud() {
     // The freedesktop.org trash of every other volume: a shared ".Trash" with a folder per user,
     // or a ".Trash-UID" of the user's own.
     std::string uid = std::to_string(::getuid());
-    for (const auto& volume : mountedVolumePaths()) {
+    for (const auto& volume : volumesUnderRoot(paths.root())) {
         std::string top = volume == "/" ? "" : volume;
         candidates.push_back(top + "/.Trash/" + uid + "/files");
         candidates.push_back(top + "/.Trash-" + uid + "/files");

@@ -1,6 +1,6 @@
 // The trash folders of the user, whatever their source: the macOS layout under the home folder
 // (including the cloud drive's), and the freedesktop.org trash of the home folder and of every
-// mounted volume.
+// volume under the root (volumesUnderRoot).
 //
 // Threading: safe from any thread; reads SystemPaths and the disk on every call.
 #pragma once

@@ -241,11 +241,12 @@ private:
 
 // The folder that holds the per-user temporary folders beside their caches; where the temporary
 // folder sits at the top of the disk, as "/tmp" does on Linux, there is no such folder and the
-// temporary folder itself is the root.
+// temporary folder itself is the root. The top is that of the root the library scans under.
 std::string temporaryRoot(const SystemPaths& paths) {
     auto temporary = URL::fileURL(paths.temporaryDirectory());
     auto parent = temporary.deletingLastPathComponent();
-    return parent.path() == "/" || parent.empty() ? temporary.path() : parent.path();
+    bool atTop = parent.path() == "/" || parent.path() == paths.root() || parent.empty();
+    return atTop ? temporary.path() : parent.path();
 }
 
 } // namespace

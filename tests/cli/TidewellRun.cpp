@@ -1,10 +1,8 @@
 #include "tests/cli/TidewellRun.h"
+#include "tests/support/ShellCommand.h"
 
-#include <array>
-#include <cstdio>
 #include <fstream>
 #include <iterator>
-#include <sys/wait.h>
 
 namespace core::testing {
 
@@ -16,14 +14,8 @@ std::string shellQuoted(const std::string& text) {
 }
 
 Run runTidewell(const std::string& arguments, const std::string& stderrPath) {
-    std::string command = std::string(TIDEWELL_PATH) + " " + arguments + " 2>" + shellQuoted(stderrPath);
-    FILE* pipe = ::popen(command.c_str(), "r");
-    std::string out;
-    std::array<char, 4096> buffer{};
-    while (std::size_t read = std::fread(buffer.data(), 1, buffer.size(), pipe))
-        out.append(buffer.data(), read);
-    int status = ::pclose(pipe);
-    return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, out};
+    auto outcome = runShellCommand(std::string(TIDEWELL_PATH) + " " + arguments + " 2>" + shellQuoted(stderrPath));
+    return {outcome.exitCode, outcome.out};
 }
 
 std::string slurp(const std::string& path) {

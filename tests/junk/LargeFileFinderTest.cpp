@@ -5,8 +5,11 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <climits>
+#include <fcntl.h>
 #include <mutex>
 #include <thread>
+#include <unistd.h>
 
 using namespace core;
 using namespace core::testing;
@@ -45,6 +48,51 @@ public:
     std::vector<File> files;
     std::atomic<int> reports{0};
     std::atomic<int> scanning{0};
+};
+
+// A chain of folders below `top` whose path is longer than PATH_MAX, with a file at the bottom.
+// The kernel refuses such a path whole, so it is built and removed relative to folder descriptors.
+class DeepChain {
+public:
+    DeepChain(const std::string& top, std::size_t bytes) : top_(top) {
+        int fd = ::open(top.c_str(), O_RDONLY | O_DIRECTORY);
+        path_ = top;
+        for (int level = 0; level < levels; ++level) {
+            ::mkdirat(fd, component.c_str(), 0755);
+            int next = ::openat(fd, component.c_str(), O_RDONLY | O_DIRECTORY);
+            ::close(fd);
+            fd = next;
+            path_ += "/" + component;
+        }
+        int file = ::openat(fd, "deep.bin", O_WRONLY | O_CREAT, 0644);
+        EXPECT_EQ(::ftruncate(file, static_cast<off_t>(bytes)), 0);
+        ::close(file);
+        ::close(fd);
+        path_ += "/deep.bin";
+    }
+    ~DeepChain() {
+        int fd = ::open(top_.c_str(), O_RDONLY | O_DIRECTORY);
+        removeBelow(fd, levels);
+        ::close(fd);
+    }
+    const std::string& path() const { return path_; }
+
+private:
+    static void removeBelow(int fd, int depth) {
+        if (depth == 0) {
+            ::unlinkat(fd, "deep.bin", 0);
+            return;
+        }
+        int next = ::openat(fd, component.c_str(), O_RDONLY | O_DIRECTORY);
+        removeBelow(next, depth - 1);
+        ::close(next);
+        ::unlinkat(fd, component.c_str(), AT_REMOVEDIR);
+    }
+
+    static constexpr int levels = 30;
+    static inline const std::string component = std::string(200, 'd');
+    std::string top_;
+    std::string path_;
 };
 
 class LargeFileFinderTest : public ::testing::Test {
@@ -89,6 +137,13 @@ TEST_F(LargeFileFinderTest, TheDelegateIsCalledOnTheMainQueue) {
     ASSERT_TRUE(run(0));
     EXPECT_EQ(recorder->found().size(), 50u);
     EXPECT_EQ(recorder->offMainCalls, 0);
+}
+
+TEST_F(LargeFileFinderTest, AFileDeeperThanThePathLimitIsFound) {
+    DeepChain chain(home.path(), 6000);
+    ASSERT_GT(chain.path().size(), static_cast<std::size_t>(PATH_MAX));
+    ASSERT_TRUE(run(5000));
+    EXPECT_EQ(recorder->found(), (std::vector<std::pair<std::string, std::int64_t>>{{chain.path(), 6000}}));
 }
 
 TEST_F(LargeFileFinderTest, ExcludedFoldersAndFilesAreLeftOut) {

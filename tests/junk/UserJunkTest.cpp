@@ -71,17 +71,27 @@ TEST_F(TrashScanTest, LogsWhatItSawInOrderWithSortedFields) {
 }
 
 TEST_F(TrashScanTest, VolumeWithoutTrashIsLoggedAsFailedAndTheScanGoesOn) {
-    TempTree volume;
-    ScopedMountTable mounted({volume.path()});
+    auto volume = root.folder("Volumes/usb");
+    ScopedMountTable mounted({volume});
     home.file(".Trash/a", 5);
     EXPECT_EQ(scanTrash(), (std::vector<std::string>{home.at(".Trash/a")}));
-    auto missing = volume.path() + "/.Trashes/" + std::to_string(::getuid());
+    auto missing = volume + "/.Trashes/" + std::to_string(::getuid());
     auto lines = trashLogLines(*analytics);
     EXPECT_TRUE(hasLine(lines, "[TrashScan] inspect exists=false isDirectory=false path=" + missing +
                                    " readable=false source=diagnostic writable=false"));
     EXPECT_TRUE(hasLine(lines, "[TrashScan] list_failed error=No such file or directory path=" + missing));
     for (const auto& log : analytics->logs())
         EXPECT_EQ(log.level, log.text.find("list_failed") != std::string::npos ? 3 : 2);
+}
+
+TEST_F(TrashScanTest, VolumesOfTheHostOutsideTheRootAreNotLookedAt) {
+    TempTree hostVolume;
+    hostVolume.file(".Trash-" + std::to_string(::getuid()) + "/files/host-file", 5);
+    auto inside = root.folder("Volumes/usb");
+    root.file("Volumes/usb/.Trash-" + std::to_string(::getuid()) + "/files/volume-file", 7);
+    ScopedMountTable mounted({"/", hostVolume.path(), inside});
+    EXPECT_EQ(scanTrash(), (std::vector<std::string>{inside + "/.Trash-" + std::to_string(::getuid()) +
+                                                     "/files/volume-file"}));
 }
 
 TEST_F(TrashScanTest, ExcludedItemIsNotReportedButIsCounted) {

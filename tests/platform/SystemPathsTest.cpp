@@ -1,6 +1,8 @@
 #include "Core/platform/SystemPaths.h"
+#include "Core/platform/ConfinedPath.h"
 #include "Core/platform/MountedVolumes.h"
 #include "Core/platform/TrashDirectories.h"
+#include "Core/platform/UserDirs.h"
 
 #include "tests/support/TempTree.h"
 
@@ -86,8 +88,107 @@ TEST(SystemPaths, DownloadsFolderFollowsTheUsersDirectorySettings) {
            "xdg-user-dirs-update\nXDG_DESKTOP_DIR=\"$HOME/Desktop\"\nXDG_DOWNLOAD_DIR=\"$HOME/"
            "Téléchargements/\"\n";
     EXPECT_EQ(paths.downloadsDirectory(), home.at("Téléchargements"));
-    std::ofstream(home.at(".config/user-dirs.dirs")) << "XDG_DOWNLOAD_DIR=\"/srv/downloads\"\n";
-    EXPECT_EQ(paths.downloadsDirectory(), "/srv/downloads");
+    std::ofstream(home.at(".config/user-dirs.dirs")) << "XDG_DOWNLOAD_DIR=\"" << home.at("dl") << "\"\n";
+    EXPECT_EQ(paths.downloadsDirectory(), home.at("dl"));
+}
+
+// Writes the user-dirs file of `home` with one download folder line.
+void setDownloadFolder(const TempTree& home, const std::string& value) {
+    std::ofstream(home.file(".config/user-dirs.dirs")) << "XDG_DOWNLOAD_DIR=\"" << value << "\"\n";
+}
+
+TEST(SystemPaths, DownloadsFolderOutsideTheHomeFallsBackAndSaysWhatItRefused) {
+    TempTree home, elsewhere;
+    SystemPaths paths("/", home.path());
+    ::symlink(elsewhere.path().c_str(), home.at("away").c_str());
+    ::symlink("../..", (home.folder("deep") + "/up").c_str());
+    for (const std::string& value :
+         std::vector<std::string>{"/", "$HOME/../../..", "$HOME", "$HOME/", elsewhere.path(), "$HOME/away",
+                                  "$HOME/deep/up/x", "$HOME/a/../../b"}) {
+        setDownloadFolder(home, value);
+        auto folder = paths.downloadsFolder();
+        EXPECT_EQ(folder.path, home.at("Downloads")) << value;
+        EXPECT_EQ(folder.refused, value) << value;
+    }
+}
+
+TEST(SystemPaths, DownloadsFolderThroughLinksThatStayInTheHome) {
+    TempTree home;
+    SystemPaths paths("/", home.path());
+    home.folder("data/dl");
+    ::symlink((home.path() + "/data").c_str(), home.at("absolute").c_str());
+    ::symlink("data", home.at("relative").c_str());
+    setDownloadFolder(home, "$HOME/absolute/dl");
+    EXPECT_EQ(paths.downloadsFolder().path, home.at("data/dl"));
+    setDownloadFolder(home, "$HOME/relative/../data/./dl");
+    EXPECT_EQ(paths.downloadsFolder().path, home.at("data/dl"));
+    EXPECT_EQ(paths.downloadsFolder().refused, "");
+}
+
+TEST(UserDirs, ReadsTheDownloadLineAndNothingElse) {
+    EXPECT_FALSE(userDirsDownloadFolder(""));
+    EXPECT_FALSE(userDirsDownloadFolder("XDG_DESKTOP_DIR=\"$HOME/Desktop\"\n"));
+    EXPECT_FALSE(userDirsDownloadFolder("XDG_DOWNLOAD_DIR=\"relative/dl\""));
+    EXPECT_FALSE(userDirsDownloadFolder("XDG_DOWNLOAD_DIR=\"$HOMEWORK/dl\""));
+    auto home = userDirsDownloadFolder("XDG_DOWNLOAD_DIR=\"nope\"\nXDG_DOWNLOAD_DIR=$HOME/dl");
+    ASSERT_TRUE(home);
+    EXPECT_TRUE(home->inHome);
+    EXPECT_EQ(home->path, "/dl");
+    const char withNul[] = "XDG_DOWNLOAD_DIR=\"/x\0y\"";
+    auto absolute = userDirsDownloadFolder(std::string(withNul, sizeof withNul - 1));
+    ASSERT_TRUE(absolute);
+    EXPECT_FALSE(absolute->inHome);
+    EXPECT_EQ(absolute->path, std::string("/x\0y", 4));
+}
+
+TEST(UserDirs, TextLargerThanAUserDirsFileIsRefused) {
+    std::string line = "XDG_DOWNLOAD_DIR=\"$HOME/dl\"\n";
+    std::string text = line + std::string(userDirsSizeLimit - line.size(), '#');
+    EXPECT_TRUE(userDirsDownloadFolder(text));
+    EXPECT_FALSE(userDirsDownloadFolder(text + "#"));
+}
+
+TEST(ConfinedPath, AbsoluteLinksUnderARootStayInTheRoot) {
+    TempTree root;
+    root.folder("private/var/log");
+    ::symlink("/private/var", root.at("var").c_str());
+    ::symlink("/Applications", root.at("Applications").c_str());
+    ::symlink("../../../../../../etc", (root.folder("Library") + "/Up").c_str());
+    SystemPaths paths(root.path(), root.at("Users/ann"));
+    EXPECT_EQ(paths.resolve("/var/log"), root.at("private/var/log"));
+    EXPECT_EQ(paths.resolve("/../../var/./log/"), root.at("private/var/log"));
+    EXPECT_EQ(paths.resolve("/Library/Up/passwd"), root.at("etc/passwd"));
+    EXPECT_EQ(paths.resolve("/Missing/x"), root.at("Missing/x"));
+    // A link to itself names nothing: what lies below it cannot be listed.
+    auto looped = paths.resolve("/Applications");
+    EXPECT_FALSE(isSameOrBelow(looped, "/Applications"));
+    EXPECT_TRUE(isSameOrBelow(looped, SystemPaths::unreachableFolder));
+}
+
+TEST(ConfinedPath, TheHomeFolderUnderARootIsResolvedInsideTheRoot) {
+    TempTree root;
+    root.folder("Users/ann");
+    root.folder("Volumes/data/Library");
+    ::symlink("/Volumes/data/Library", root.at("Users/ann/Library").c_str());
+    SystemPaths paths(root.path(), root.at("Users/ann"));
+    EXPECT_EQ(paths.userLibrary(), root.at("Volumes/data/Library"));
+    EXPECT_EQ(paths.inHome("Downloads"), root.at("Users/ann/Downloads"));
+}
+
+TEST(SystemPaths, TheTemporaryFolderUnderARootIsTheRoots) {
+    TempTree root;
+    root.folder("private/tmp");
+    ::symlink("private/tmp", root.at("tmp").c_str());
+    EXPECT_EQ(SystemPaths(root.path(), "/home/ann").temporaryDirectory(), root.at("private/tmp"));
+    EXPECT_NE(SystemPaths("/", "/home/ann").temporaryDirectory().rfind(root.path(), 0), 0u);
+}
+
+TEST(MountedVolumes, UnderARootOnlyTheVolumesInsideItCount) {
+    core::testing::ScopedMountTable table(
+        {"/", "/media/usb", "/mnt/mac", "/mnt/mac/Volumes/b", "/mnt/macintosh"});
+    EXPECT_EQ(volumesUnderRoot("/mnt/mac"), (std::vector<std::string>{"/mnt/mac", "/mnt/mac/Volumes/b"}));
+    EXPECT_EQ(volumesUnderRoot("/").size(), 5u);
+    EXPECT_TRUE(volumesUnderRoot("/srv/tree").empty());
 }
 
 } // namespace
