@@ -5,13 +5,10 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
-#include <array>
-#include <cstdio>
 #include <fstream>
 #include <map>
 #include <set>
 #include <sstream>
-#include <sys/wait.h>
 
 using core::testing::TempTree;
 using namespace core::testing;
