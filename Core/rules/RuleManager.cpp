@@ -3,6 +3,7 @@
 #include "Core/foundation/AESHelper.h"
 #include "Core/platform/FileInfo.h"
 #include "Core/platform/SystemPaths.h"
+#include "Core/platform/Text.h"
 
 #include <unordered_set>
 #include <yaml-cpp/yaml.h>
@@ -139,6 +140,9 @@ public:
         : manager_(manager), roots_(roots), probe_(probe == RuleManager::ExpressionProbe::probe) {}
 
     void load(const std::string& text) {
+        // Every name the rules hold is shown and compared as text.
+        if (!isValidUtf8(text))
+            throw InvalidDocument{"the rule document is no UTF-8 text"};
         YAML::Node document;
         try {
             document = YAML::Load(text);
