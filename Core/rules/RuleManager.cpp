@@ -130,10 +130,6 @@ std::vector<const Regex*> expressionsOf(const PathMatcher& matcher) {
     return expressions;
 }
 
-std::string runawayWarning(const Regex& expression) {
-    return "the expression " + expression.pattern() + " backtracks without end on a near miss";
-}
-
 class DocumentLoader {
 public:
     DocumentLoader(RuleManager& manager, const RuleRoots& roots, RuleManager::ExpressionProbe probe)
@@ -233,7 +229,7 @@ private:
     void probe(const Regex& expression, EntryNote note) {
         if (!probe_ || !expression.backtracksCatastrophically())
             return;
-        note.reason = runawayWarning(expression);
+        note.reason = "the expression " + expression.pattern() + " backtracks without end on a near miss";
         manager_.warnings.push_back(std::move(note));
     }
 
