@@ -8,8 +8,9 @@
 namespace core {
 namespace {
 
-// In the engine's steps, which come to some milliseconds each: a file name of a few hundred
-// characters takes a small fraction of one step against any sane pattern.
+// In the engine's units of ten thousand counted steps, some milliseconds each: counted rather than
+// timed, so the same name gives the same answer on a busy machine. A file name of a few hundred
+// characters takes a small fraction of one unit against any sane pattern.
 constexpr std::int32_t matchStepLimit = 20;
 // The engine keeps its backtracking frames on the heap; this bounds what one match may take.
 constexpr std::int32_t matchMemoryLimit = 1 << 20;
