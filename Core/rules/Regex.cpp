@@ -8,8 +8,8 @@
 namespace core {
 namespace {
 
-// In the engine's units of ten thousand counted steps, some milliseconds each: counted rather than
-// timed, so the same name gives the same answer on a busy machine. A file name of a few hundred
+// In the engine's own units of work, some milliseconds each: counted rather than timed, so the same
+// name gives the same answer on a busy machine. A file name of a few hundred
 // characters takes a small fraction of one unit against any sane pattern.
 constexpr std::int32_t matchStepLimit = 20;
 // The engine keeps its backtracking frames on the heap; this bounds what one match may take.
