@@ -30,6 +30,7 @@ std::optional<RuleID> RuleID::parse(const std::string& key, std::string* reason)
                 *reason = "the rule key " + key + " is no valid expression (" + error + ")";
             return std::nullopt;
         }
+        expression->setSource(key);
         return bundleIDRegex(std::move(*expression));
     }
     return bundleID(key);
