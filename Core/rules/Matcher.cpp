@@ -6,7 +6,8 @@
 
 namespace core {
 
-std::optional<Matcher> Matcher::parse(const std::string& piece, std::string* reason) {
+std::optional<Matcher> Matcher::parse(const std::string& piece, std::string* reason,
+                                      const std::string& entry) {
     auto compiled = [&](const std::string& pattern) -> std::optional<Matcher> {
         std::string error;
         auto expression = Regex::compile(pattern, true, &error);
@@ -15,6 +16,7 @@ std::optional<Matcher> Matcher::parse(const std::string& piece, std::string* rea
                 *reason = "the expression " + pattern + " does not compile (" + error + ")";
             return std::nullopt;
         }
+        expression->setSource(entry);
         return regex(std::move(*expression));
     };
     if (piece.empty()) {
@@ -147,7 +149,7 @@ ParsedEntry PathMatcher::parse(const std::string& entry, std::int64_t defaultPri
         return dropped("no piece after the root");
     for (std::size_t i = 0; i < split.size(); ++i) {
         std::string reason;
-        auto piece = Matcher::parse(split[i], &reason);
+        auto piece = Matcher::parse(split[i], &reason, entry);
         if (!piece)
             return dropped(reason);
         if (i + 1 == split.size())

@@ -28,8 +28,10 @@ public:
     static Matcher id() { return Matcher(Type::id, {}, std::nullopt); }
     // A piece of a rule entry: "*" any, "**" id, "*rest" the expression ^rest$, "^..." the
     // expression as written, anything else the name itself. Absent, with the reason, when the
-    // piece is empty or its expression does not compile.
-    static std::optional<Matcher> parse(const std::string& piece, std::string* reason = nullptr);
+    // piece is empty or its expression does not compile. `entry` is the rule text the piece came
+    // from, for reports.
+    static std::optional<Matcher> parse(const std::string& piece, std::string* reason = nullptr,
+                                        const std::string& entry = {});
 
     Type type() const { return type_; }
     const CaseInsensitiveString& name() const { return name_; }

@@ -8,14 +8,16 @@
 namespace core {
 namespace {
 
-// In the engine's steps, which come to some milliseconds each: a file name of a few hundred
-// characters takes a small fraction of one step against any sane pattern.
+// In the engine's own units of work, some milliseconds each: counted rather than timed, so the same
+// name gives the same answer on a busy machine. A file name of a few hundred
+// characters takes a small fraction of one unit against any sane pattern.
 constexpr std::int32_t matchStepLimit = 20;
 // The engine keeps its backtracking frames on the heap; this bounds what one match may take.
 constexpr std::int32_t matchMemoryLimit = 1 << 20;
 
-void reportGivenUp(const std::string& pattern, const std::string& text) {
-    analytics()->log("[Rules] expression_gave_up pattern=" + pattern + " text=" + text, 3);
+void reportGivenUp(const std::string& source, const std::string& pattern, const std::string& text) {
+    analytics()->log("[Rules] expression_gave_up entry=" + source + " pattern=" + pattern + " text=" + text,
+                     3);
 }
 
 // Runs of each character the pattern names, and a few common ones, ending in a character that
@@ -82,7 +84,7 @@ std::optional<Regex::Match> Regex::firstMatch(const std::string& text) const {
     case Search::found:
         return match;
     case Search::gaveUp:
-        reportGivenUp(pattern_, text);
+        reportGivenUp(source_.empty() ? pattern_ : source_, pattern_, text);
         return std::nullopt;
     case Search::notFound:
         break;

@@ -4,7 +4,7 @@
 //
 // Patterns come from a document a person writes, and a badly written one backtracks for ages over
 // an unlucky name: every match runs under a step and a memory limit. A match that hits a limit
-// counts as no match and is reported through analytics with the pattern and the text.
+// counts as no match and is reported through analytics with its rule text, pattern and the name.
 //
 // Threading: immutable; matching from many threads at once is safe.
 #pragma once
@@ -36,6 +36,10 @@ public:
     // the sign of nested repetitions that backtrack without end on a near miss.
     bool backtracksCatastrophically() const;
 
+    // The rule text the expression was written in (an entry, a rule key), which the report of a
+    // match that gives up names; not part of what makes two expressions equal.
+    void setSource(std::string source) { source_ = std::move(source); }
+
     const std::string& pattern() const { return pattern_; }
     bool caseInsensitive() const { return caseInsensitive_; }
 
@@ -49,6 +53,7 @@ private:
     Search search(const std::string& text, Match* match) const;
 
     std::string pattern_;
+    std::string source_;
     bool caseInsensitive_ = false;
     int idGroup_ = -1;
     std::shared_ptr<const icu::RegexPattern> compiled_;

@@ -3,6 +3,7 @@
 #include "Core/foundation/AESHelper.h"
 #include "Core/platform/FileInfo.h"
 #include "Core/platform/SystemPaths.h"
+#include "Core/platform/Text.h"
 
 #include <unordered_set>
 #include <yaml-cpp/yaml.h>
@@ -29,6 +30,7 @@ std::optional<RuleID> RuleID::parse(const std::string& key, std::string* reason)
                 *reason = "the rule key " + key + " is no valid expression (" + error + ")";
             return std::nullopt;
         }
+        expression->setSource(key);
         return bundleIDRegex(std::move(*expression));
     }
     return bundleID(key);
@@ -129,16 +131,15 @@ std::vector<const Regex*> expressionsOf(const PathMatcher& matcher) {
     return expressions;
 }
 
-std::string runawayWarning(const Regex& expression) {
-    return "the expression " + expression.pattern() + " backtracks without end on a near miss";
-}
-
 class DocumentLoader {
 public:
     DocumentLoader(RuleManager& manager, const RuleRoots& roots, RuleManager::ExpressionProbe probe)
         : manager_(manager), roots_(roots), probe_(probe == RuleManager::ExpressionProbe::probe) {}
 
     void load(const std::string& text) {
+        // Every name the rules hold is shown and compared as text.
+        if (!isValidUtf8(text))
+            throw InvalidDocument{"the rule document is no UTF-8 text"};
         YAML::Node document;
         try {
             document = YAML::Load(text);
@@ -229,7 +230,7 @@ private:
     void probe(const Regex& expression, EntryNote note) {
         if (!probe_ || !expression.backtracksCatastrophically())
             return;
-        note.reason = runawayWarning(expression);
+        note.reason = "the expression " + expression.pattern() + " backtracks without end on a near miss";
         manager_.warnings.push_back(std::move(note));
     }
 

@@ -210,7 +210,9 @@ TEST(RuleManager, RefusesDocumentsItCannotUse) {
     for (const auto* document :
          {"- a list", "'': {}", "\"*(\": {}", "a: [1, 2]", "a:\n  caches: [x]",
           "a:\n  caches:\n    cache: Lib/x/y", "a:\n  caches:\n    cache: ['99999999999999999999:Lib/x/y']",
-          "a: {caches: {cache: [Lib/x]}\n"}) {
+          "a: {caches: {cache: [Lib/x]}\n",
+          "com.ex\xff"
+          "ample: {}\n"}) {
         auto loaded = RuleManager::fromDocument(document, roots);
         EXPECT_FALSE(loaded.manager) << document;
         EXPECT_FALSE(loaded.error.empty()) << document;
