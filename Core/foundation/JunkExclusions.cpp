@@ -1,9 +1,8 @@
 #include "Core/foundation/JunkExclusions.h"
 
 #include "Core/foundation/FileManager.h"
-#include "Core/platform/FileStatus.h"
 #include "Core/platform/ConfinedPath.h"
-#include <sys/stat.h>
+#include "Core/platform/FileStatus.h"
 
 namespace core {
 namespace {

@@ -93,8 +93,10 @@ TEST_F(AppsCommandTest, LeftoversKeepContainerNamesWholeAndKnowEveryInstalledBun
     home.file("Library/Containers/group." + dotted + "/Data/file", 100);
     auto leftovers = run({"leftovers", "--files"});
     EXPECT_EQ(leftovers["ids"], nlohmann::json::array({dotted}));
-    ASSERT_EQ(leftovers["files"][dotted].size(), 1u);
-    EXPECT_EQ(leftovers["files"][dotted][0]["path"], home.at("Library/Containers/group." + dotted));
+    ASSERT_EQ(leftovers["files"].size(), 1u);
+    EXPECT_EQ(leftovers["files"][0]["id"], dotted);
+    ASSERT_EQ(leftovers["files"][0]["files"].size(), 1u);
+    EXPECT_EQ(leftovers["files"][0]["files"][0]["path"], home.at("Library/Containers/group." + dotted));
 }
 
 } // namespace

@@ -413,13 +413,14 @@ TEST_F(TidewellOddNamesTest, ArgumentsAndDocumentTextSurviveJsonInOrgAndRules) {
     EXPECT_EQ(bytesOf(org[0]["organization"]), "ex\xff"
                                                "ample");
 
+    // YAML is text: a document that is not UTF-8 is refused whole, in one line.
     auto document = scratch.file("rules.yaml");
     std::ofstream(document) << "com.example.app:\n  caches:\n    cache: [Lib/Caches/Example, \"Var/\xfe\"]\n";
-    run = runTidewell("rules --json --check " + shellQuoted(document));
-    EXPECT_EQ(run.exitCode, 1);
-    auto dropped = nlohmann::json::parse(run.out)["dropped"];
-    ASSERT_EQ(dropped.size(), 1u);
-    EXPECT_EQ(bytesOf(dropped[0]["entry"]), "Var/\xfe");
+    auto errors = scratch.at("errors");
+    run = runTidewell("rules --json --check " + shellQuoted(document), errors);
+    EXPECT_EQ(run.exitCode, 2);
+    auto message = slurp(errors);
+    EXPECT_EQ(std::count(message.begin(), message.end(), '\n'), 1);
 }
 
 TEST_F(TidewellOddNamesTest, TheAnalyticsLogStaysOneJsonObjectALine) {
