@@ -74,7 +74,7 @@ std::unordered_map<URL, URL> aliases() {
         std::string path = folder + "/" + entry.name;
         if (entry.kind != FileKind::symbolicLink)
             continue;
-        if (auto resolved = canonicalPath(path))
+        if (auto resolved = SystemPaths::shared().realPath(path))
             targets.emplace(URL::fileURL(*resolved), URL::fileURL(path));
     }
     return targets;
@@ -362,7 +362,8 @@ void AppFileFinder::startScanLeftoverFiles(const std::vector<CaseInsensitiveStri
     // Queued apart from the context, so that it comes after a stop too, once the walks have ended.
     workQueue_->async([weakSelf = weak_from_this()] {
         if (auto self = weakSelf.lock())
-            postToDelegate(weakSelf, self->leftoverDelegate, [](auto& target) { target.leftoverFilesCompleted(); });
+            postToDelegate(weakSelf, self->leftoverDelegate,
+                           [](auto& target) { target.leftoverFilesCompleted(); });
     });
 }
 

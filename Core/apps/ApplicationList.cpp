@@ -1,6 +1,7 @@
 #include "Core/apps/ApplicationList.h"
 
 #include "Core/foundation/CaseInsensitiveString.h"
+#include "Core/platform/FileStatus.h"
 #include "Core/platform/FolderReader.h"
 #include "Core/platform/MetadataQuery.h"
 #include "Core/platform/Process.h"
@@ -51,21 +52,20 @@ void addFromIndex(std::set<std::string>& found) {
 // Symbolic links stand for aliases: one that leads to an application bundle counts as that bundle.
 void walkFolder(const std::string& folder, int depth, std::set<std::string>& found) {
     for (const auto& entry : listFolder(folder)) {
-        if (entry.name[0] == '.' || !entry.isDirectory)
+        if (entry.name[0] == '.')
             continue;
         std::string path = folder + "/" + entry.name;
-        bool alias = entry.kind == FileKind::symbolicLink;
-        std::string target = path;
-        if (alias) {
-            auto resolved = canonicalPath(path);
-            if (!resolved)
-                continue;
-            target = *resolved;
-        }
-        if (hasAppExtension(target))
-            found.insert(target);
-        else if (!alias && depth > 1)
+        if (entry.kind == FileKind::symbolicLink) {
+            // An alias leads where the volume says, which the listing, reading the host, cannot tell.
+            auto target = SystemPaths::shared().realPath(path);
+            auto status = target ? fileStatus(*target, LinkHandling::follow) : std::nullopt;
+            if (status && status->isFolder() && hasAppExtension(*target))
+                found.insert(*target);
+        } else if (entry.isDirectory && hasAppExtension(path)) {
+            found.insert(path);
+        } else if (entry.isDirectory && depth > 1) {
             walkFolder(path, depth - 1, found);
+        }
     }
 }
 

@@ -2,6 +2,7 @@
 #include "Core/platform/ResourcesLocation.h"
 
 #include "Core/platform/ConfinedPath.h"
+#include "Core/platform/FileStatus.h"
 #include "Core/platform/UserDirs.h"
 
 #include <algorithm>
@@ -98,6 +99,16 @@ std::string SystemPaths::resolveUnder(const std::string& top, const std::string&
     if (top == "/")
         return join(top, absolutePath);
     return resolveInside(top, absolutePath, Escape::clamp).value_or(join(unreachableFolder, absolutePath));
+}
+
+std::optional<std::string> SystemPaths::realPath(const std::string& path) const {
+    std::string top = root();
+    if (top == "/" || !isSameOrBelow(path, top))
+        return canonicalPath(path);
+    auto resolved = resolveInside(top, path.substr(top.size()), Escape::clamp);
+    if (!resolved || !fileStatus(*resolved, LinkHandling::follow))
+        return std::nullopt;
+    return resolved;
 }
 
 SystemPaths::DownloadsFolder SystemPaths::downloadsFolder() const {

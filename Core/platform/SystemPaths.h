@@ -7,6 +7,7 @@
 #pragma once
 
 #include <mutex>
+#include <optional>
 #include <string>
 
 namespace core {
@@ -33,6 +34,11 @@ public:
     // A path inside the home folder, e.g. inHome("Library/Caches"); resolved inside the root, as
     // resolve() does, when the home folder lies inside a root other than "/".
     std::string inHome(const std::string& relativePath) const;
+
+    // Where a path found under the root really leads, its links followed: inside the root when
+    // the root is not "/", so that an alias on a mounted volume names a file of that volume.
+    // Absent when it leads nowhere.
+    std::optional<std::string> realPath(const std::string& path) const;
 
     std::string userLibrary() const { return inHome("Library"); }
     std::string localLibrary() const { return resolve("/Library"); }

@@ -4,6 +4,7 @@
 #include "Core/platform/FileInfo.h"
 #include "Core/platform/SystemPaths.h"
 #include "Core/platform/Text.h"
+#include "Core/platform/TrashDirectories.h"
 
 #include <cerrno>
 #include <cstdio>
@@ -20,16 +21,6 @@ namespace core {
 namespace {
 
 constexpr int tooManyNames = 10000;
-
-// $XDG_DATA_HOME belongs to the real home folder; a home folder set for a scan has its own.
-std::string dataHome() {
-    const auto& paths = SystemPaths::shared();
-    const char* xdg = std::getenv("XDG_DATA_HOME");
-    const char* realHome = std::getenv("HOME");
-    if (xdg && *xdg == '/' && realHome && paths.home() == realHome)
-        return xdg;
-    return paths.inHome(".local/share");
-}
 
 // Makes a folder of the user's own unless it exists; 0 when it is a real folder owned by the user.
 int ensurePrivateFolder(const std::string& path) {
@@ -210,16 +201,17 @@ int moveToTrash(const std::string& path) {
     if (SystemPaths::shared().root() != "/")
         return moveToMacOSTrash(absolute);
 
-    std::string home = dataHome();
-    auto homeVolume = fileStatus(home, LinkHandling::follow);
+    std::string homeTrash = homeTrashFolder();
+    std::string dataHome = splitLastComponent(homeTrash).folder;
+    auto homeVolume = fileStatus(dataHome, LinkHandling::follow);
     if (!homeVolume)
         homeVolume = fileStatus(SystemPaths::shared().home(), LinkHandling::follow);
     if (homeVolume && homeVolume->device == item->device) {
         std::error_code ignored;
-        std::filesystem::create_directories(home, ignored);
-        if (int failed = ensureFolders(home + "/Trash", {"files", "info"}))
+        std::filesystem::create_directories(dataHome, ignored);
+        if (int failed = ensureFolders(homeTrash, {"files", "info"}))
             return failed;
-        return moveToFreedesktopTrash(absolute, home + "/Trash", absolute, item->isFolder());
+        return moveToFreedesktopTrash(absolute, homeTrash, absolute, item->isFolder());
     }
     std::string top = topDirectory(*parent, item->device);
     auto trash = volumeTrash(top);

@@ -1,5 +1,6 @@
 #include "Core/platform/TrashDirectories.h"
 
+#include "Core/platform/CurrentProcess.h"
 #include "Core/platform/MountedVolumes.h"
 #include "Core/platform/SystemPaths.h"
 
@@ -31,16 +32,20 @@ std::string cloudDocuments(const SystemPaths& paths) {
 
 } // namespace
 
+std::string homeTrashFolder() {
+    return dataHome(SystemPaths::shared()) + "/Trash";
+}
+
 std::vector<std::string> trashDirectoriesIncludingICloud() {
     const auto& paths = SystemPaths::shared();
     std::vector<std::string> candidates = {
         paths.inHome(".Trash"),
         cloudDocuments(paths) + "/com~apple~CloudDocs/.Trash",
-        dataHome(paths) + "/Trash/files",
+        homeTrashFolder() + "/files",
     };
     // The freedesktop.org trash of every other volume: a shared ".Trash" with a folder per user,
     // or a ".Trash-UID" of the user's own.
-    std::string uid = std::to_string(::getuid());
+    std::string uid = std::to_string(currentUserID());
     for (const auto& volume : volumesUnderRoot(paths.root())) {
         std::string top = volume == "/" ? "" : volume;
         candidates.push_back(top + "/.Trash/" + uid + "/files");

@@ -10,6 +10,9 @@
 
 namespace core {
 
+// The freedesktop.org trash of the home folder, which holds "files" and "info".
+std::string homeTrashFolder();
+
 // The trash folders that exist, in a fixed order without duplicates.
 std::vector<std::string> trashDirectoriesIncludingICloud();
 

@@ -209,7 +209,8 @@ TEST_F(AppScanTest, FilesAreOwnedByIdentifierNameOrOrganisation) {
 TEST_F(AppScanTest, AliasesAndHelperToolsJoinTheirApplication) {
     writeBundle(root, "Elsewhere/Tool.app", "com.example.tool", "Tool");
     writeBundle(root, "Applications/Tool.app", "com.example.tool", "Tool");
-    ::symlink(root.at("Applications/Tool.app").c_str(), root.at("Applications/Tool Link").c_str());
+    // On a volume, an absolute link names a path of that volume.
+    ::symlink("/Applications/Tool.app", root.at("Applications/Tool Link").c_str());
     root.file("Library/PrivilegedHelperTools/com.example.tool.daemon", 500);
     writePlist(root.at("Library/PrivilegedHelperTools/com.example.tool.daemon.plist"), {});
     std::ofstream(root.at("Library/PrivilegedHelperTools/com.example.tool.daemon.plist"))

@@ -118,7 +118,11 @@ TEST_F(BundleTest, ApplicationListUnitesSourcesAndFiltersNestedBundles) {
     writeBundle(root, "Applications/One.app/Contents/Helpers/Helper.app", "com.example.helper");
     writeBundle(home, "Applications/Mine.app", "com.example.mine");
     writeBundle(root, "Elsewhere/Linked.app", "com.example.linked");
-    ::symlink(root.at("Elsewhere/Linked.app").c_str(), root.at("Applications/Linked.app").c_str());
+    // On a volume, an absolute link names a path of that volume, never one of the host.
+    ::symlink("/Elsewhere/Linked.app", root.at("Applications/Linked.app").c_str());
+    TempTree host;
+    writeBundle(host, "Applications/Host.app", "com.example.host");
+    ::symlink(host.at("Applications/Host.app").c_str(), root.at("Applications/Host.app").c_str());
     auto urls = filteredApplicationURLs({URL::fileURL(root.at("Applications/Utilities/Two.app"))});
     std::vector<std::string> found;
     for (const auto& url : urls)
