@@ -1,5 +1,7 @@
 #include "Core/rules/Regex.h"
 
+#include <unicode/regex.h>
+
 namespace core {
 
 std::optional<Regex> Regex::compile(const std::string& pattern, bool caseInsensitive, std::string* error) {
