@@ -1,9 +1,9 @@
 #include "Core/rules/Regex.h"
 
 #include "Core/foundation/Analytics.h"
-
 #include <cctype>
 #include <set>
+#include <unicode/regex.h>
 
 namespace core {
 namespace {

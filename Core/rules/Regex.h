@@ -14,7 +14,13 @@
 #include <memory>
 #include <optional>
 #include <string>
-#include <unicode/regex.h>
+#include <unicode/uversion.h>
+
+// Only a pointer to the compiled pattern is kept here: ICU's regex header is large, and this one
+// reaches most of the library through the matchers.
+U_NAMESPACE_BEGIN
+class RegexPattern;
+U_NAMESPACE_END
 
 namespace core {
 
