@@ -2,12 +2,12 @@
 # Builds the libFuzzer targets (clang, AddressSanitizer and UndefinedBehaviorSanitizer) into their
 # own folder and runs one of them, or each in turn, for SECONDS seconds on its seed corpus.
 # Usage: scripts/fuzz.sh TARGET|all SECONDS
-#   TARGET: property_list, rule_document, rule_cipher, public_suffix, user_dirs
+#   TARGET: property_list, rule_document, rule_cipher, public_suffix, user_dirs, json_bytes
 # What a run adds to the corpus stays in build-fuzz/corpus. A target that crashes leaves its input
 # in build-fuzz/crashes; the others still run, and the script exits non-zero at the end.
 set -euo pipefail
 cd "$(dirname "$0")/.."
-targets=(property_list rule_document rule_cipher public_suffix user_dirs)
+targets=(property_list rule_document rule_cipher public_suffix user_dirs json_bytes)
 if [ $# -ne 2 ] || ! [[ $2 =~ ^[0-9]+$ ]]; then
   echo "usage: scripts/fuzz.sh TARGET|all SECONDS (targets: ${targets[*]})" >&2
   exit 2

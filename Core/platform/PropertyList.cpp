@@ -111,9 +111,76 @@ std::optional<std::string> readBoundedFile(const std::string& path, PlistProblem
     return bytes;
 }
 
+// A big-endian unsigned number of `width` bytes at `at`; absent past the end.
+std::optional<std::uint64_t> bigEndian(const std::string& bytes, std::uint64_t at, std::uint64_t width) {
+    if (width == 0 || width > 8 || at > bytes.size() || bytes.size() - at < width)
+        return std::nullopt;
+    std::uint64_t value = 0;
+    for (std::uint64_t i = 0; i < width; ++i)
+        value = value << 8 | static_cast<unsigned char>(bytes[at + i]);
+    return value;
+}
+
+// Whether the string object at `at` of a binary list holds a NUL: as a dictionary key or a
+// string, libplist ends the process on one (it asserts that the text ends at its length).
+// Absent when the object cannot be read.
+std::optional<bool> stringHoldsNul(const std::string& bytes, std::uint64_t at) {
+    auto marker = bigEndian(bytes, at, 1);
+    if (!marker)
+        return std::nullopt;
+    unsigned type = *marker >> 4;
+    if (type != 0x5 && type != 0x6)
+        return false;
+    std::uint64_t count = *marker & 0xF, start = at + 1;
+    if (count == 0xF) {
+        auto intMarker = bigEndian(bytes, start, 1);
+        if (!intMarker || (*intMarker >> 4) != 0x1 || (*intMarker & 0xF) > 3)
+            return std::nullopt;
+        std::uint64_t width = 1ull << (*intMarker & 0xF);
+        auto length = bigEndian(bytes, start + 1, width);
+        if (!length)
+            return std::nullopt;
+        count = *length;
+        start += 1 + width;
+    }
+    std::uint64_t unit = type == 0x5 ? 1 : 2;
+    if (count > bytes.size() / unit || start > bytes.size() || bytes.size() - start < count * unit)
+        return std::nullopt;
+    for (std::uint64_t i = 0; i < count; ++i)
+        if (bytes[start + i * unit] == 0 && (unit == 1 || bytes[start + i * unit + 1] == 0))
+            return true;
+    return false;
+}
+
+// A binary list is read only when every string object in its offset table is free of NULs and the
+// table itself is whole; XML lists cannot spell a NUL.
+bool binaryStringsAreSafe(const std::string& bytes) {
+    constexpr std::uint64_t trailerSize = 32;
+    if (bytes.rfind("bplist00", 0) != 0 || bytes.size() < 8 + trailerSize)
+        return true;
+    std::uint64_t trailer = bytes.size() - trailerSize;
+    auto offsetWidth = bigEndian(bytes, trailer + 6, 1);
+    auto objects = bigEndian(bytes, trailer + 8, 8);
+    auto table = bigEndian(bytes, trailer + 24, 8);
+    if (!offsetWidth || !objects || !table || *offsetWidth == 0 || *offsetWidth > 8 || *table > bytes.size() ||
+        *objects > bytes.size() / *offsetWidth)
+        return false;
+    for (std::uint64_t i = 0; i < *objects; ++i) {
+        auto offset = bigEndian(bytes, *table + i * *offsetWidth, *offsetWidth);
+        auto nul = offset ? stringHoldsNul(bytes, *offset) : std::nullopt;
+        if (!nul || *nul)
+            return false;
+    }
+    return true;
+}
+
 std::optional<PlistValue> parse(const std::string& bytes, PlistProblem& problem) {
     if (bytes.size() > maximumPlistBytes) {
         problem = PlistProblem::tooLarge;
+        return std::nullopt;
+    }
+    if (!binaryStringsAreSafe(bytes)) {
+        problem = PlistProblem::malformed;
         return std::nullopt;
     }
     plist_t root = nullptr;

@@ -109,4 +109,36 @@ TEST_F(PropertyListSize, OnlyRegularFilesAreRead) {
     EXPECT_EQ(problem, PlistProblem::missing);
 }
 
+// A binary list of one entry {KEY: VALUE}, both plain one-byte-per-character strings.
+std::string binaryListOfOneEntry(const std::string& key, const std::string& value) {
+    std::string list = "bplist00";
+    list += "\xD1\x01\x02";
+    list += static_cast<char>(0x50 | key.size()) + key;
+    list += static_cast<char>(0x50 | value.size()) + value;
+    std::size_t table = list.size();
+    list += std::string{8, static_cast<char>(11), static_cast<char>(11 + 1 + key.size())};
+    list += std::string(6, '\0') + "\x01\x01";
+    list += std::string(7, '\0') + "\x03" + std::string(8, '\0');
+    list += std::string(7, '\0') + static_cast<char>(table);
+    return list;
+}
+
+// libplist ends the process when a key or a string holds a NUL; such a list is refused instead.
+TEST(PropertyListStrings, ANulInAKeyOrAStringOfABinaryListIsRefused) {
+    auto plain = parsePropertyList(binaryListOfOneEntry("ab", "xy"));
+    ASSERT_TRUE(plain);
+    for (const auto& list : {binaryListOfOneEntry(std::string("a\0b", 3), "xy"),
+                             binaryListOfOneEntry("ab", std::string("x\0y", 3))}) {
+        PlistProblem problem = PlistProblem::none;
+        EXPECT_FALSE(parsePropertyList(list, &problem));
+        EXPECT_EQ(problem, PlistProblem::malformed);
+    }
+}
+
+TEST(PropertyListStrings, ABinaryListWhoseOffsetTableLiesIsRefused) {
+    auto list = binaryListOfOneEntry("ab", "xy");
+    list[list.size() - 1] = static_cast<char>(0xF0);
+    EXPECT_FALSE(parsePropertyList(list));
+}
+
 } // namespace
