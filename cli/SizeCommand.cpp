@@ -4,6 +4,7 @@
 #include "cli/JsonRecords.h"
 #include "cli/ScanCompletion.h"
 #include "cli/Terminal.h"
+#include "cli/UnreadableFolders.h"
 
 #include "Core/foundation/FileFinderContext.h"
 #include "Core/foundation/FileManager.h"
@@ -38,6 +39,7 @@ public:
 
     int run(const GlobalOptions& options) override {
         ProgressLine progress(options.quiet);
+        UnreadableFolders unreadableBelow;
         std::vector<core::File> sizes;
         std::vector<std::string> failures;
         ScanCompletion completion;
@@ -59,6 +61,8 @@ public:
         for (const auto& failure : failures)
             std::cerr << failure << '\n';
         print(sizes, options.json);
+        if (!options.json)
+            unreadableBelow.printSummary(std::cout);
         return failures.empty() ? 0 : 2;
     }
 

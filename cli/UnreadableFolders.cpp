@@ -1,6 +1,6 @@
 #include "cli/UnreadableFolders.h"
 
-#include "Core/junk/JunkDiagnostics.h"
+#include "Core/foundation/FileManager.h"
 
 namespace tidewell {
 

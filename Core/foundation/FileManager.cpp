@@ -1,5 +1,7 @@
 #include "Core/foundation/FileManager.h"
 
+#include "Core/foundation/Analytics.h"
+
 #include "Core/foundation/FileFinderContext.h"
 #include "Core/platform/FileInfo.h"
 #include "Core/platform/FolderReader.h"
@@ -36,8 +38,12 @@ std::int64_t folderSize(const URL& url) {
     if (context)
         context->urlObservable().update([&] { return url; });
     // The helper answers for folders this process may not read; until it is connected, what could
-    // be read is the answer.
-    return GetDirectorySize(url.path().c_str(), context ? &context->interruptedFlag() : nullptr, nullptr);
+    // be read is the answer, and what could not is said.
+    return directorySize(url.path().c_str(), context ? &context->interruptedFlag() : nullptr,
+                         [](const std::string& path, int error) {
+                             if (error != ENOENT)
+                                 reportUnreadableFolder(path, error);
+                         });
 }
 
 // A file of the cloud drive may be a placeholder whose nominal size is not on the disk, so it
@@ -84,6 +90,11 @@ std::int64_t size(const URL& url) {
     return values ? size(url, *values) : 0;
 }
 
+void reportUnreadableFolder(const std::string& path, int error) {
+    analytics()->log(
+        std::string(unreadableFolderLogLine) + " errno=" + std::to_string(error) + " path=" + path, 3);
+}
+
 bool isTrashBinPath(const std::string& path) {
     auto trashes = trashDirectoriesIncludingICloud();
     return std::find(trashes.begin(), trashes.end(), path) != trashes.end();
@@ -125,6 +136,8 @@ std::vector<URLResource> urlResources(const URL& url, URLResourceKeys keys, std:
         values.name = entry->name;
         resources.push_back({url.appendingPathComponent(entry->name), std::move(values)});
     }
+    if (folder.error())
+        error = std::error_code(folder.error(), std::generic_category());
     return resources;
 }
 

@@ -50,6 +50,13 @@ std::int64_t size(const URL& url, const URLResourceValues& values);
 // The values of one file; absent with `error` set when it cannot be read.
 std::optional<URLResourceValues> resourceValues(const URL& url, URLResourceKeys keys, std::error_code& error);
 
+// The start of the log line for a folder that could not be read: "[Scan] unreadable_folder
+// errno=N path=P", at level 3. Hosts count these lines.
+inline constexpr const char* unreadableFolderLogLine = "[Scan] unreadable_folder";
+
+// Logs a folder that could not be read, with the errno of the failure.
+void reportUnreadableFolder(const std::string& path, int error);
+
 // True when path is exactly one of the user's trash folders; a path inside one is not.
 bool isTrashBinPath(const std::string& path);
 

@@ -17,11 +17,6 @@ AnalyticsParams JunkCategoryTally::sendEvent(const std::string& part) const {
     return params;
 }
 
-void reportUnreadableFolder(const std::string& path, int error) {
-    analytics()->log(
-        std::string(unreadableFolderLogLine) + " errno=" + std::to_string(error) + " path=" + path, 3);
-}
-
 std::vector<URLResource> listFolderOrReport(const URL& folder, URLResourceKeys keys, std::error_code& error) {
     auto entries = urlResources(folder, keys, error);
     if (error && error != std::errc::no_such_file_or_directory)

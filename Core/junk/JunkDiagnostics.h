@@ -20,13 +20,6 @@ namespace core {
 
 inline constexpr int junkCategoryEventNumber = 2;
 
-// The start of the log line for a folder that could not be read: "[Scan] unreadable_folder
-// errno=N path=P", at level 3. Hosts count these lines.
-inline constexpr const char* unreadableFolderLogLine = "[Scan] unreadable_folder";
-
-// Logs a folder that could not be read, with the errno of the failure.
-void reportUnreadableFolder(const std::string& path, int error);
-
 // Lists a folder for a scan. A folder that exists but cannot be listed is logged; one that does not
 // exist is not: the scans look at many folders that may not be there.
 std::vector<URLResource> listFolderOrReport(const URL& folder, URLResourceKeys keys, std::error_code& error);

@@ -74,13 +74,14 @@ std::optional<DeletionWalk::Entry> DeletionWalk::enter(const Current& folder) {
         return Entry{Event::unreadable, folder.path, ELOOP};
     }
     FolderReader reader(descriptor);
+    Level level{descriptor, folder.name, folder.path, {}, 0};
+    while (auto entry = reader.next())
+        level.entries.push_back({std::move(entry->name), entry->kind});
+    // A folder not listed to its end is not walked at all: nothing is removed on half a listing.
     if (reader.error()) {
         ::close(descriptor);
         return Entry{Event::unreadable, folder.path, reader.error()};
     }
-    Level level{descriptor, folder.name, folder.path, {}, 0};
-    while (auto entry = reader.next())
-        level.entries.push_back({std::move(entry->name), entry->kind});
     levels_.push_back(std::move(level));
     return std::nullopt;
 }

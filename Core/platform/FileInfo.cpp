@@ -13,44 +13,48 @@ namespace {
 constexpr std::uint64_t hugeFolderLinkCount = 65535;
 constexpr std::int64_t hugeFolderSize = 2097120;
 
-} // namespace
-
-namespace {
-
 // A physical walk relative to open folder descriptors, as du does: each name is resolved against
 // its folder instead of from the top again, and only regular files and folders are asked for
 // their attributes; the listing's entry type tells what the rest are. The visitor is told of
 // every regular file, of every folder before it is entered (and may refuse), and of anything else.
+// Whatever cannot be read is told to `unreadable` with its path, and the walk goes on past it.
 template <class Visitor> class PhysicalWalk {
 public:
-    PhysicalWalk(Visitor& visitor, const std::atomic<bool>* stop, int* error)
-        : visitor_(visitor), stop_(stop), error_(error) {}
+    PhysicalWalk(Visitor& visitor, const std::atomic<bool>* stop, const UnreadableEntry& unreadable)
+        : visitor_(visitor), stop_(stop), unreadable_(unreadable) {}
 
     // Walks below `path`, a folder already looked at.
-    void walkBelow(const char* path) { enterFolder(AT_FDCWD, path, false); }
+    void walkBelow(const char* path) {
+        path_ = path;
+        enterFolder(AT_FDCWD, path, false);
+    }
 
 private:
     bool stopped() const { return stop_ && stop_->load(std::memory_order_relaxed); }
 
-    void note(int errorNumber) {
-        if (error_ && errorNumber != 0)
-            *error_ = errorNumber;
+    void note(int errorNumber, const char* name = nullptr) {
+        if (unreadable_ && errorNumber != 0)
+            unreadable_(name ? path_ + "/" + name : path_, errorNumber);
     }
 
     void enterFolder(int parent, const char* name, bool askVisitor) {
+        // The path is built only for what cannot be read: the walk itself goes by descriptors.
+        std::size_t outer = path_.size();
+        if (askVisitor)
+            path_.append("/").append(name);
         int fd = ::openat(parent, name, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
-        if (fd < 0) {
+        if (fd < 0)
             note(errno);
-            return;
-        }
-        if (askVisitor) {
-            auto info = fileStatusOfDescriptor(fd);
-            if (!info || !visitor_.folder(*info)) {
-                ::close(fd);
-                return;
-            }
-        }
-        walkFolder(fd);
+        else if (!askVisitor || visitorEnters(fd))
+            walkFolder(fd);
+        else
+            ::close(fd);
+        path_.resize(outer);
+    }
+
+    bool visitorEnters(int fd) {
+        auto info = fileStatusOfDescriptor(fd);
+        return info && visitor_.folder(*info);
     }
 
     void walkFolder(int fd) {
@@ -60,7 +64,8 @@ private:
             ::close(fd);
             return;
         }
-        while (dirent* entry = ::readdir(dir)) {
+        // A listing that fails part way says so only through errno.
+        for (errno = 0; dirent* entry = ::readdir(dir); errno = 0) {
             if (stopped())
                 break;
             const char* name = entry->d_name;
@@ -68,6 +73,7 @@ private:
                 continue;
             visit(::dirfd(dir), name, entry->d_type);
         }
+        note(errno);
         ::closedir(dir);
     }
 
@@ -79,7 +85,7 @@ private:
         int error = 0;
         auto info = fileStatusAt(folder, name, &error);
         if (!info)
-            return note(error);
+            return note(error, name);
         if (info->isRegular())
             visitor_.file(*info);
         else if (info->isFolder())
@@ -90,7 +96,8 @@ private:
 
     Visitor& visitor_;
     const std::atomic<bool>* stop_;
-    int* error_;
+    const UnreadableEntry& unreadable_;
+    std::string path_;
 };
 
 struct AllocatedSize {
@@ -122,14 +129,26 @@ struct TreeTallyVisitor {
 } // namespace
 
 std::int64_t GetDirectorySize(const char* path, const std::atomic<bool>* stop, int* error) {
-    auto info = fileStatus(path, LinkHandling::keep, error);
-    if (!info)
+    return directorySize(path, stop, [error](const std::string&, int errorNumber) {
+        if (error)
+            *error = errorNumber;
+    });
+}
+
+std::int64_t directorySize(const char* path, const std::atomic<bool>* stop,
+                           const UnreadableEntry& unreadable) {
+    int error = 0;
+    auto info = fileStatus(path, LinkHandling::keep, &error);
+    if (!info) {
+        if (unreadable)
+            unreadable(path, error);
         return 0;
+    }
     if (info->isRegular())
         return info->allocatedSize;
     AllocatedSize size;
     if (info->isFolder() && size.folder(*info))
-        PhysicalWalk(size, stop, error).walkBelow(path);
+        PhysicalWalk(size, stop, unreadable).walkBelow(path);
     return size.total;
 }
 
@@ -144,7 +163,7 @@ std::optional<std::string> readFileContents(const std::string& path) {
 
 TreeTally tallyTree(const char* path, const std::atomic<bool>* stop) {
     TreeTallyVisitor visitor;
-    PhysicalWalk(visitor, stop, nullptr).walkBelow(path);
+    PhysicalWalk(visitor, stop, UnreadableEntry()).walkBelow(path);
     return visitor.tally;
 }
 

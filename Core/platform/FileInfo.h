@@ -8,6 +8,7 @@
 
 #include <atomic>
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <string>
 
@@ -19,6 +20,14 @@ namespace core {
 // could not be read is stored in *error (may be null); the walk goes on past it. 0 when the walk
 // cannot start.
 std::int64_t GetDirectorySize(const char* path, const std::atomic<bool>* stop, int* error);
+
+// Told of an entry that could not be read: its path and the errno.
+using UnreadableEntry = std::function<void(const std::string& path, int error)>;
+
+// As GetDirectorySize, telling `unreadable` (may be empty) of every entry below that could not be
+// read, the top included, so that a caller can say which parts of a size are missing.
+std::int64_t directorySize(const char* path, const std::atomic<bool>* stop,
+                           const UnreadableEntry& unreadable);
 
 struct TreeTally {
     std::int64_t bytes = 0;     // lengths of the regular files

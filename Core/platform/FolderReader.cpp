@@ -60,7 +60,9 @@ std::optional<FolderEntry> FolderReader::next() {
     if (!stream_->dir)
         return std::nullopt;
     int folder = ::dirfd(stream_->dir);
-    while (dirent* entry = ::readdir(stream_->dir)) {
+    // A listing that fails part way says so only through errno; the entries read so far stand,
+    // and error() tells that more were not read.
+    for (errno = 0; dirent* entry = ::readdir(stream_->dir); errno = 0) {
         if (isDotOrDotDot(entry->d_name))
             continue;
         auto kind = kinds_ == Kinds::fromListing ? kindOfListedType(entry->d_type) : std::nullopt;
@@ -74,6 +76,8 @@ std::optional<FolderEntry> FolderReader::next() {
                          (*kind == FileKind::symbolicLink && linkLeadsToFolder(folder, entry->d_name));
         return FolderEntry{entry->d_name, directory, *kind};
     }
+    if (errno)
+        error_ = errno;
     return std::nullopt;
 }
 
@@ -88,11 +92,11 @@ std::optional<FileStatus> FolderReader::status(const std::string& name, int* err
 
 std::vector<FolderEntry> listFolder(const std::string& path, int* error) {
     FolderReader reader(path);
-    if (error && reader.error())
-        *error = reader.error();
     std::vector<FolderEntry> entries;
     while (auto entry = reader.next())
         entries.push_back(std::move(*entry));
+    if (error && reader.error())
+        *error = reader.error();
     return entries;
 }
 

@@ -36,7 +36,7 @@ public:
     FolderReader(const FolderReader&) = delete;
     FolderReader& operator=(const FolderReader&) = delete;
 
-    // 0 when the folder is open, else the errno of opening it.
+    // 0 while all is well; the errno of opening the folder, or of a listing that failed part way.
     int error() const { return error_; }
 
     // The next entry; absent at the end. An entry removed since it was listed is skipped.

@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
+
 #include <sys/stat.h>
 #include <sys/un.h>
 #include <unistd.h>
@@ -67,6 +69,27 @@ TEST(GetFileInfo, DescribesTheLinkNotItsTarget) {
     EXPECT_TRUE(isSymbolicLink(info.mode));
     EXPECT_EQ(info.kind, FileKind::symbolicLink);
     EXPECT_NE(getFileInfo(tree.at("missing").c_str(), &info), 0);
+}
+
+// Sizes are only as complete as what could be read: each part that could not is told by path.
+TEST(DirectorySize, TellsOfEveryPartItCouldNotRead) {
+    TempTree tree;
+    std::vector<std::pair<std::string, int>> unreadable;
+    auto tell = [&](const std::string& path, int error) { unreadable.emplace_back(path, error); };
+    EXPECT_EQ(directorySize(tree.at("missing").c_str(), nullptr, tell), 0);
+    ASSERT_EQ(unreadable.size(), 1u);
+    EXPECT_EQ(unreadable[0], std::make_pair(tree.at("missing"), ENOENT));
+
+    // The kernel keeps some folders from everyone, root included, where it runs in a container.
+    unreadable.clear();
+    const std::string guarded = "/proc/1/map_files";
+    std::error_code listing;
+    std::filesystem::directory_iterator probe(guarded, listing);
+    if (listing.value() != EACCES)
+        GTEST_SKIP() << guarded << " can be read here, so no folder below /proc/1 is unreadable";
+    directorySize("/proc/1", nullptr, tell);
+    EXPECT_NE(std::find(unreadable.begin(), unreadable.end(), std::make_pair(guarded, EACCES)),
+              unreadable.end());
 }
 
 } // namespace
