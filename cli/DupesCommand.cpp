@@ -10,37 +10,70 @@
 
 #include <cstdio>
 #include <filesystem>
+#include <functional>
 #include <iostream>
+#include <string_view>
 
 namespace tidewell {
 namespace {
 
-nlohmann::json groupsJson(const core::DuplicateGroups& groups) {
-    auto array = nlohmann::json::array();
-    for (const auto& group : groups) {
-        auto members = nlohmann::json::array();
-        for (const auto& duplicate : group)
-            members.push_back(toJson(core::fileOf(duplicate)));
-        array.push_back(members);
-    }
-    return array;
+// Writes `text` with every line after the first indented by `indent`. JSON text holds no raw line breaks
+// inside strings, so every break is one of the layout's.
+void writeIndented(std::ostream& out, std::string_view text, std::string_view indent) {
+    for (std::size_t end; (end = text.find('\n')) != std::string_view::npos; text.remove_prefix(end + 1))
+        out << text.substr(0, end + 1) << indent;
+    out << text;
 }
 
+// The groups as a JSON array, laid out as dump(2) lays out a document's second level, written as
+// it goes: a large search finds tens of thousands of files, and a document of them all, with its
+// text, would raise the command's peak memory above the search's own.
+void writeGroups(std::ostream& out, const core::DuplicateGroups& groups) {
+    out << '[';
+    const char* groupSeparator = "\n    [";
+    for (const auto& group : groups) {
+        out << groupSeparator;
+        const char* memberSeparator = "\n      ";
+        for (const auto& duplicate : group) {
+            out << memberSeparator;
+            writeIndented(out, toJson(core::fileOf(duplicate)).dump(2), "      ");
+            memberSeparator = ",\n      ";
+        }
+        out << (group.empty() ? "]" : "\n    ]");
+        groupSeparator = ",\n    [";
+    }
+    out << (groups.empty() ? "]" : "\n  ]");
+}
+
+void writeJson(std::ostream& out, const core::DuplicateGroups& duplicates,
+               const core::DuplicateGroups& similar) {
+    out << "{\n  \"duplicates\": ";
+    writeGroups(out, duplicates);
+    out << ",\n  \"similar\": ";
+    writeGroups(out, similar);
+    out << "\n}\n";
+}
+
+// Hands the groups to `write` as they arrive, rather than keeping a copy of them for later.
 class DupesReport final : public core::DuplicateFileFinderDelegate {
 public:
-    explicit DupesReport(bool quiet) : progress(quiet) {}
+    using Writer =
+        std::function<void(const core::DuplicateGroups& found, const core::DuplicateGroups& alike)>;
+    DupesReport(bool quiet, Writer write) : progress(quiet), write_(std::move(write)) {}
     void duplicateFileFinderCurrent(const core::URL& url) override { progress.setCurrent(url.path()); }
     void duplicateFileFinderProgress(double value) override { progress.setFraction(value); }
     void duplicateFileFinderCompleted(const core::DuplicateGroups& found,
                                       const core::DuplicateGroups& alike) override {
-        duplicates = found;
-        similar = alike;
+        progress.finish();
+        write_(found, alike);
         completion.mark();
     }
 
     ProgressLine progress;
-    core::DuplicateGroups duplicates, similar;
     ScanCompletion completion;
+
+private:
+    Writer write_;
 };
 
 class DupesCommand final : public Command {
@@ -73,7 +106,14 @@ public:
         for (const auto& path : excludedPaths_)
             excluded.push_back(
                 core::URL::fileURL(std::filesystem::absolute(path).lexically_normal().string()));
-        auto report = std::make_shared<DupesReport>(options.quiet);
+        auto report = std::make_shared<DupesReport>(
+            options.quiet,
+            [json = options.json](const core::DuplicateGroups& found, const core::DuplicateGroups& alike) {
+                if (json)
+                    writeJson(std::cout, found, alike);
+                else
+                    printHuman(found);
+            });
         auto finder = core::DuplicateFileFinder::shared();
         finder->delegate = report;
         finder->setRootFolderURLs(roots);
@@ -84,14 +124,6 @@ public:
         finder->start(onlyDuplicates_);
         report->completion.wait();
         report->progress.finish();
-        if (options.json) {
-            std::cout << nlohmann::json{{"duplicates", groupsJson(report->duplicates)},
-                                        {"similar", groupsJson(report->similar)}}
-                             .dump(2)
-                      << '\n';
-            return 0;
-        }
-        printHuman(report->duplicates);
         return 0;
     }
 

@@ -2,10 +2,13 @@
 // of every value added under it. Nothing is ever removed; a tree is filled, walked and destroyed.
 // The walk is pre-order with the right subtree first, which decides the order of result groups.
 //
+// Most chains hold one or two values, so they are vectors: a deque's blocks would cost hundreds of
+// bytes for each.
+//
 // Threading: none; one tree belongs to one search.
 #pragma once
 
-#include <deque>
+#include <vector>
 
 namespace dff {
 
@@ -13,7 +16,7 @@ template <class K, class V> class Duplicate {
 public:
     struct Node {
         K key;
-        std::deque<V> values;
+        std::vector<V> values;
         int color = red;
         Node* parent = nullptr;
         Node* left = nullptr;
@@ -40,14 +43,14 @@ public:
         }
 
     private:
-        std::deque<Node*> stack_;
+        std::vector<Node*> stack_;
     };
 
     Duplicate() = default;
     Duplicate(const Duplicate&) = delete;
     Duplicate& operator=(const Duplicate&) = delete;
     ~Duplicate() {
-        std::deque<Node*> stack;
+        std::vector<Node*> stack;
         if (root)
             stack.push_back(root);
         while (!stack.empty()) {

@@ -37,7 +37,7 @@ void DuplicateFileFinder::find(Groups& duplicates, Groups& similar, bool isOnlyD
     Duplicate<long long, File*> files;
     Duplicate<long long, Symlink*> links;
     Duplicate<long long, Package*> packages;
-    std::deque<Package*> unknownSizePackages;
+    std::vector<Package*> unknownSizePackages;
     int fileCount = 1;
     {
         // The walk's record of folders lives in blocks of its own, given back whole when the walk
@@ -101,7 +101,7 @@ std::vector<Path> DuplicateFileFinder::searchRoots() {
 Directory* DuplicateFileFinder::scanFiles(const Path& root, Duplicate<long long, File*>& files,
                                           Duplicate<long long, Symlink*>& links,
                                           Duplicate<long long, Package*>& packages,
-                                          std::deque<Package*>& unknownSizePackages, int& fileCount) {
+                                          std::vector<Package*>& unknownSizePackages, int& fileCount) {
     auto* top = new Directory(root, nullptr);
     Gathered into{files, links, packages, unknownSizePackages, fileCount};
     std::vector<Directory*> stack = {top};
@@ -119,115 +119,113 @@ Directory* DuplicateFileFinder::scanFiles(const Path& root, Duplicate<long long,
 
 // Lists one folder into its entries and the stack; false when a stop cut the listing short.
 bool DuplicateFileFinder::scanFolder(Directory& folder, std::vector<Directory*>& stack, Gathered& into) {
-    FolderListing listing(folder.path);
-    if (listing.error()) {
-        skip(folder, "list_failed", folder.path, listing.error());
+    Listed here(folder);
+    if (here.listing.error()) {
+        skip(folder, "list_failed", here.path, here.listing.error());
         return true;
     }
     FileStatus self;
-    if (listing.status(self) == 0 && !firstVisit(folder, self, folder.path))
+    if (here.listing.status(self) == 0 && !firstVisit(folder, self, here.path))
         return true;
     const char* name;
     EntryKind kind;
-    while (listing.next(name, kind)) {
+    while (here.listing.next(name, kind)) {
         if (stopped) {
             folder.unique = true;
             return false;
         }
         if (kind == EntryKind::folder)
-            addFolder(folder, listing, name, stack, into);
+            addFolder(here, name, stack, into);
         else if (kind == EntryKind::other)
-            skip(folder, "not_a_file", folder.path / name, 0);
+            skip(folder, "not_a_file", here.path / name, 0);
         else
-            addFileOrLink(folder, listing, name, kind, into);
+            addFileOrLink(here, name, kind, into);
     }
     return true;
 }
 
-void DuplicateFileFinder::addFileOrLink(Directory& folder, const FolderListing& listing, const char* name,
-                                        EntryKind kind, Gathered& into) {
+void DuplicateFileFinder::addFileOrLink(Listed& here, const char* name, EntryKind kind, Gathered& into) {
     // The folder stays eligible without it: it is the desktop's own record of the window.
     if (kind == EntryKind::file && std::strcmp(name, ".DS_Store") == 0)
         return;
     if (kind == EntryKind::file && exclude(name)) {
-        folder.unique = true;
+        here.folder.unique = true;
         return;
     }
-    Path path = folder.path / name;
-    auto status = keptStatus(folder, listing, name, path);
+    Path path = here.path / name;
+    auto status = keptStatus(here, name, path);
     if (!status)
         return;
     if (kind == EntryKind::link) {
-        auto link = std::make_shared<Symlink>(std::move(path), status->size, &folder);
-        into.links.add(status->size, link.get());
-        folder.entries.push_back(std::move(link));
+        auto* link = new Symlink(path, status->size, &here.folder);
+        here.folder.entries.emplace_back(link);
+        into.links.add(status->size, link);
         return;
     }
-    auto file = std::make_shared<File>(std::move(path), status->size, &folder);
-    into.files.add(status->size, file.get());
-    folder.entries.push_back(std::move(file));
+    auto* file = new File(path, status->size, &here.folder);
+    here.folder.entries.emplace_back(file);
+    into.files.add(status->size, file);
     ++into.fileCount;
 }
 
 // The status of a file or link the walk keeps; nothing, and the folder marked, when it is not kept.
-std::optional<FileStatus> DuplicateFileFinder::keptStatus(Directory& folder, const FolderListing& listing,
-                                                          const char* name, const Path& path) const {
+std::optional<FileStatus> DuplicateFileFinder::keptStatus(Listed& here, const char* name,
+                                                          const Path& path) const {
     notifyCurrentPath(path);
     FileStatus status;
-    if (int error = listing.status(name, status)) {
-        skip(folder, "stat_failed", path, error);
+    if (int error = here.listing.status(name, status)) {
+        skip(here.folder, "stat_failed", path, error);
         return std::nullopt;
     }
     if (status.size < minFileSize) {
-        folder.unique = true;
+        here.folder.unique = true;
         return std::nullopt;
     }
     return status;
 }
 
-void DuplicateFileFinder::addFolder(Directory& folder, const FolderListing& listing, const char* name,
-                                    std::vector<Directory*>& stack, Gathered& into) {
-    Path path = folder.path / name;
+void DuplicateFileFinder::addFolder(Listed& here, const char* name, std::vector<Directory*>& stack,
+                                    Gathered& into) {
+    Path path = here.path / name;
     notifyCurrentPath(path);
     if (isPackage(path.cStr())) {
-        addPackage(folder, listing, name, std::move(path), into);
+        addPackage(here, name, path, into);
         return;
     }
     bool askedFor = std::any_of(nestedRoots_.begin(), nestedRoots_.end(),
                                 [&](const Path& root) { return root.str() == path.str(); });
     if ((!includeHiddenFolders && name[0] == '.' && !askedFor) || exclude(path)) {
-        folder.unique = true;
+        here.folder.unique = true;
         return;
     }
-    auto child = std::make_shared<Directory>(std::move(path), &folder);
-    stack.push_back(child.get());
-    folder.entries.push_back(std::move(child));
+    auto* child = new Directory(path, &here.folder);
+    here.folder.entries.emplace_back(child);
+    stack.push_back(child);
 }
 
-void DuplicateFileFinder::addPackage(Directory& folder, const FolderListing& listing, const char* name,
-                                     Path&& path, Gathered& into) {
+void DuplicateFileFinder::addPackage(Listed& here, const char* name, const Path& path, Gathered& into) {
     if (exclude(name)) {
-        folder.unique = true;
+        here.folder.unique = true;
         return;
     }
     FileStatus status;
-    if (int error = listing.status(name, status)) {
-        skip(folder, "stat_failed", path, error);
+    if (int error = here.listing.status(name, status)) {
+        skip(here.folder, "stat_failed", path, error);
         return;
     }
-    if (!firstVisit(folder, status, path))
+    if (!firstVisit(here.folder, status, path))
         return;
     long long size = packageFileSize(path);
     if (size != 0 && size < minFileSize) {
-        folder.unique = true;
+        here.folder.unique = true;
         return;
     }
-    auto package = std::make_shared<Package>(std::move(path), &folder);
+    auto* package = new Package(path, &here.folder);
+    here.folder.entries.emplace_back(package);
     if (size != 0)
-        into.packages.add(size, package.get());
+        into.packages.add(size, package);
     else
-        into.unknownSizePackages.push_back(package.get());
-    folder.entries.push_back(std::move(package));
+        into.unknownSizePackages.push_back(package);
 }
 
 // False, and `folder` marked, when the walk has met this folder or package before.
@@ -271,11 +269,21 @@ bool DuplicateFileFinder::exclude(const Path& path) const {
 // At most one call per 40 milliseconds of this finder's search, whatever the number of entries and
 // of threads: wall time, as the user sees it, not the processor time of all threads together.
 void DuplicateFileFinder::notifyCurrentPath(const Path& path) const {
+    if (pathNoticeDue())
+        currentPath_(path);
+}
+
+void DuplicateFileFinder::notifyCurrentPath(const File& entry) const {
+    if (pathNoticeDue())
+        currentPath_(entry.path());
+}
+
+bool DuplicateFileFinder::pathNoticeDue() const {
     auto now = std::chrono::steady_clock::now();
     if (now - lastPathNotice_ < pathNoticeInterval)
-        return;
+        return false;
     lastPathNotice_ = now;
-    currentPath_(path);
+    return true;
 }
 
 // On purpose, files a stop left in the race count as unique: folders must never match on
@@ -308,24 +316,18 @@ void DuplicateFileFinder::findDuplicateFiles(Duplicate<long long, File*>& bySize
     if (stopped)
         return;
     double value = scannedProgress;
-    std::deque<RaceGroup> groups;
+    std::vector<const SizeGroup*> groups;
     for (auto node = bySize.begin(); !node.done(); ++node) {
-        if (node->values.size() == 1) {
-            if (stopped)
-                return;
-            File* file = node->values.front();
-            calcImageHash(file, images);
-            advance(value, step);
-            file->unique = true;
+        if (stopped)
+            return;
+        if (node->values.size() > 1) {
+            groups.push_back(&node->values);
             continue;
         }
-        RaceGroup group;
-        for (File* file : node->values) {
-            group.push_back(std::make_unique<RacingFile>(file));
-            if (stopped)
-                return;
-        }
-        groups.push_back(std::move(group));
+        File* file = node->values.front();
+        calcImageHash(file, images);
+        advance(value, step);
+        file->unique = true;
     }
     auto deliver = [&](const RaceOutcome& outcome) {
         File* file = outcome.file;
@@ -334,13 +336,13 @@ void DuplicateFileFinder::findDuplicateFiles(Duplicate<long long, File*>& bySize
             return;
         }
         if (outcome.kind == RaceOutcome::unreadable)
-            note("read_failed", file->path, "");
+            note("read_failed", file->path(), "");
         calcImageHash(file, images);
         file->unique = true;
     };
     // One step per file and stage, as the stages begin.
     auto begun = [&](unsigned long count, const File& latest) {
-        notifyCurrentPath(latest.path);
+        notifyCurrentPath(latest);
         while (count-- > 0)
             advance(value, step);
     };
@@ -356,13 +358,13 @@ void DuplicateFileFinder::findDuplicateFiles(Duplicate<long long, File*>& bySize
 
 // Whether all the files are names of one file on the disk: removing all but one frees nothing.
 // Asked of the few files that matched, rather than kept for every file the walk met.
-bool DuplicateFileFinder::oneFileOnDisk(const std::deque<File*>& files) const {
+bool DuplicateFileFinder::oneFileOnDisk(const std::vector<File*>& files) const {
     FileStatus first;
-    if (statusOf(files.front()->path, first) != 0 || first.links < 2)
+    if (statusOf(files.front()->path(), first) != 0 || first.links < 2)
         return false;
     return std::all_of(files.begin() + 1, files.end(), [&](const File* file) {
         FileStatus status;
-        return statusOf(file->path, status) == 0 && fileIDOf(status) == fileIDOf(first);
+        return statusOf(file->path(), status) == 0 && fileIDOf(status) == fileIDOf(first);
     });
 }
 
@@ -386,12 +388,12 @@ void DuplicateFileFinder::findDuplicateLinks(Duplicate<long long, Symlink*>& byS
 }
 
 void DuplicateFileFinder::findDuplicatePackages(Duplicate<long long, Package*>& bySize,
-                                                std::deque<Package*>& unknownSize,
+                                                std::vector<Package*>& unknownSize,
                                                 Duplicate<HashValue, Package*>& byHash) const {
     if (stopped)
         return;
-    using Hashers = std::deque<std::unique_ptr<PackageHasher>>;
-    std::deque<Hashers> groups;
+    using Hashers = std::vector<std::unique_ptr<PackageHasher>>;
+    std::vector<Hashers> groups;
     // A package of unknown size could equal any other: then all are compared with all.
     if (!unknownSize.empty())
         groups.emplace_back();
@@ -414,7 +416,7 @@ void DuplicateFileFinder::findDuplicatePackages(Duplicate<long long, Package*>& 
                 package->unique = true;
                 continue;
             }
-            notifyCurrentPath(package->path);
+            notifyCurrentPath(*package);
             try {
                 bool finished = hasher->update();
                 hasher->hashValue(package->hash);
@@ -426,7 +428,7 @@ void DuplicateFileFinder::findDuplicatePackages(Duplicate<long long, Package*>& 
                 racing.push_back(std::move(hasher));
             } catch (const std::runtime_error& error) {
                 package->unique = true;
-                note("package_not_compared", package->path, std::string(" reason=") + error.what());
+                note("package_not_compared", package->path(), std::string(" reason=") + error.what());
             }
         }
         for (auto node = local.begin(); !node.done(); ++node) {
@@ -456,8 +458,8 @@ void DuplicateFileFinder::findDuplicateDirectories(Directory& root,
             for (const auto& entry : folder->entries) {
                 if (entry->unique)
                     folder->unique = true;
-                if (auto* child = dynamic_cast<Directory*>(entry.get()))
-                    stack.push_back({child, true});
+                if (entry->kind == File::Kind::directory)
+                    stack.push_back({static_cast<Directory*>(entry.get()), true});
             }
             continue;
         }
@@ -468,7 +470,7 @@ void DuplicateFileFinder::findDuplicateDirectories(Directory& root,
                 folder->parent->unique = true;
             continue;
         }
-        notifyCurrentPath(folder->path);
+        notifyCurrentPath(*folder);
         std::sort(folder->entries.begin(), folder->entries.end(), [](const auto& a, const auto& b) {
             int typeA = fileTypeId(a.get()), typeB = fileTypeId(b.get());
             if (typeA != typeB)

@@ -32,7 +32,7 @@ struct ImageHashValue {
     friend bool operator>(const ImageHashValue& a, const ImageHashValue& b) { return b < a; }
 };
 
-using Groups = std::deque<std::deque<File*>>;
+using Groups = std::vector<std::vector<File*>>;
 
 class DuplicateFileFinder {
 public:
@@ -58,19 +58,21 @@ public:
     // Scan phase.
     Directory* scanFiles(const Path& root, Duplicate<long long, File*>& files,
                          Duplicate<long long, Symlink*>& links, Duplicate<long long, Package*>& packages,
-                         std::deque<Package*>& unknownSizePackages, int& fileCount);
+                         std::vector<Package*>& unknownSizePackages, int& fileCount);
     bool isPackage(const char* path) const { return isPackagePath(path); }
     bool withExtension(const char* name, unsigned long nameLength, const std::string& extension) const;
     bool exclude(const char* name) const;
     bool exclude(const Path& path) const;
     void notifyCurrentPath(const Path& path) const;
+    // The same for an entry, whose path is built only when it is to be told.
+    void notifyCurrentPath(const File& entry) const;
 
     // Match phase.
     void findDuplicateFiles(Duplicate<long long, File*>& bySize, Duplicate<ImageHashValue, File*>& images,
                             Duplicate<HashValue, File*>& byHash, double& step) const;
     void findSimilarFiles(Duplicate<ImageHashValue, File*>& images, Groups& similar) const;
     void findDuplicateLinks(Duplicate<long long, Symlink*>& bySize) const;
-    void findDuplicatePackages(Duplicate<long long, Package*>& bySize, std::deque<Package*>& unknownSize,
+    void findDuplicatePackages(Duplicate<long long, Package*>& bySize, std::vector<Package*>& unknownSize,
                                Duplicate<HashValue, Package*>& byHash) const;
     void findDuplicateDirectories(Directory& root, Duplicate<HashValue, Directory*>& byHash) const;
     template <class T> void markDuplicateContainers(Duplicate<HashValue, T*>& byHash) const;
@@ -82,32 +84,37 @@ private:
         Duplicate<long long, File*>& files;
         Duplicate<long long, Symlink*>& links;
         Duplicate<long long, Package*>& packages;
-        std::deque<Package*>& unknownSizePackages;
+        std::vector<Package*>& unknownSizePackages;
         int& fileCount;
+    };
+
+    // A folder being listed: its entry, its path, built once for all its entries, and the listing.
+    struct Listed {
+        explicit Listed(Directory& folder) : folder(folder), path(folder.path()), listing(path) {}
+        Directory& folder;
+        const Path path;
+        FolderListing listing;
     };
 
     std::vector<Path> searchRoots();
     bool scanFolder(Directory& folder, std::vector<Directory*>& stack, Gathered& into);
-    void addFileOrLink(Directory& folder, const FolderListing& listing, const char* name, EntryKind kind,
-                       Gathered& into);
-    std::optional<FileStatus> keptStatus(Directory& folder, const FolderListing& listing, const char* name,
-                                         const Path& path) const;
-    void addFolder(Directory& folder, const FolderListing& listing, const char* name,
-                   std::vector<Directory*>& stack, Gathered& into);
-    void addPackage(Directory& folder, const FolderListing& listing, const char* name, Path&& path,
-                    Gathered& into);
+    void addFileOrLink(Listed& here, const char* name, EntryKind kind, Gathered& into);
+    std::optional<FileStatus> keptStatus(Listed& here, const char* name, const Path& path) const;
+    void addFolder(Listed& here, const char* name, std::vector<Directory*>& stack, Gathered& into);
+    void addPackage(Listed& here, const char* name, const Path& path, Gathered& into);
     bool firstVisit(Directory& folder, const FileStatus& status, const Path& path);
     void skip(Directory& folder, const char* event, const Path& path, int error) const;
     void note(const char* event, const Path& path, const std::string& detail) const;
-    bool oneFileOnDisk(const std::deque<File*>& files) const;
+    bool pathNoticeDue() const;
+    bool oneFileOnDisk(const std::vector<File*>& files) const;
     void calcImageHash(File* file, Duplicate<ImageHashValue, File*>& images) const;
     void advance(double& value, double step) const;
     void markUnfinished(Duplicate<long long, File*>& bySize, Duplicate<HashValue, File*>& byHash) const;
 
     std::function<void(double)> progress_;
     std::function<void(const Path&)> currentPath_;
-    std::vector<std::shared_ptr<Directory>> directories_;
-    std::vector<std::shared_ptr<Package>> libraries_;
+    std::vector<std::unique_ptr<Directory>> directories_;
+    std::vector<std::unique_ptr<PhotoLibrary>> libraries_;
     std::atomic<bool> stopped{false};
     // Roots that lie inside another root: walked as part of it, and entered even when hidden.
     std::vector<Path> nestedRoots_;

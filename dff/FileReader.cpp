@@ -182,7 +182,7 @@ void MD5::updatePair(MD5& first, const void* a, MD5& second, const void* b, long
 FileReader::Stage::Stage(FileReader& reader) : reader_(reader), end_(reader.stageEnd()) {
     if (reader.size_ == 0)
         return;
-    fd_ = openForReading(*reader.path_);
+    fd_ = openForReading(reader.path());
     if (fd_ < 0)
         throw std::runtime_error("Failed to open file");
 }
@@ -228,7 +228,7 @@ bool digestLinkText(const Path& path, long long size, MD5& digest) {
 
 bool hashSymlink(const Symlink& link, HashValue& out) {
     MD5 digest;
-    if (!digestLinkText(link.path, link.size, digest))
+    if (!digestLinkText(link.path(), link.size, digest))
         return false;
     digest.hashValue(out);
     return true;

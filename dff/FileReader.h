@@ -32,8 +32,7 @@ public:
     void hashValue(HashValue& out);
 
 private:
-    // Made on first use: a search holds a hasher for every file of every size group before the
-    // first is read.
+    // Made on first use, so that a hasher that never digests costs no context.
     MD5state_st& context();
     std::unique_ptr<MD5state_st> context_;
 };
@@ -52,8 +51,9 @@ public:
     static constexpr long long blockSize = 4096;
     static constexpr long long blocksPerStage = 1000;
 
-    FileReader(Path* path, long long size) : path_(path), size_(size) {}
-    explicit FileReader(File* file) : path_(&file->path), size_(file->size) {}
+    FileReader(const Path* path, long long size) : path_(path), size_(size) {}
+    // An entry's path is built when a stage opens it: entries keep their name only.
+    explicit FileReader(const File* file) : file_(file), size_(file->size) {}
 
     // Reads one stage: the first block, or up to a thousand more; hands the bytes to `sink` and
     // answers whether the file is finished. Throws std::runtime_error when it cannot.
@@ -87,7 +87,10 @@ private:
         return position_ + (position_ == 0 ? blockSize : blockSize * blocksPerStage);
     }
 
-    Path* path_;
+    Path path() const { return file_ ? file_->path() : *path_; }
+
+    const Path* path_ = nullptr;
+    const File* file_ = nullptr;
     long long size_;
     long long position_ = 0;
 };

@@ -22,7 +22,7 @@ constexpr long long walkLimit = 10000;
 } // namespace
 
 PackageHasher::PackageHasher(Package* package, long long minSize) : package(package), minSize_(minSize) {
-    directories_.push_back(package->path);
+    directories_.push_back(package->path());
 }
 
 bool PackageHasher::update() {

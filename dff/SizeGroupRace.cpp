@@ -81,7 +81,7 @@ void SizeGroupRace::StageRead::operator()() const {
     RacingFile::readStagePair(*first, *second);
 }
 
-SizeGroupRace::SizeGroupRace(std::deque<RaceGroup> groups, const std::atomic<bool>& stopped)
+SizeGroupRace::SizeGroupRace(std::vector<const SizeGroup*> groups, const std::atomic<bool>& stopped)
     : groups_(std::move(groups)), stopped_(stopped) {}
 
 unsigned SizeGroupRace::defaultThreads() {
@@ -256,7 +256,10 @@ bool SizeGroupRace::raceUnclaimedGroup(std::unique_lock<std::mutex>& guard) {
     ++racing_;
     guard.unlock();
     // A claimed group always ends in its slot, if only at a stop, so that waiting for it ends.
-    auto outcomes = race(std::move(groups_[groups_.size() - 1 - index]));
+    RaceGroup group;
+    for (File* file : *groups_[groups_.size() - 1 - index])
+        group.push_back(std::make_unique<RacingFile>(file));
+    auto outcomes = race(std::move(group));
     guard.lock();
     slots_[index] = std::move(outcomes);
     raced_[index] = 1;

@@ -20,6 +20,7 @@
 #include <algorithm>
 #include <atomic>
 #include <condition_variable>
+#include <deque>
 #include <functional>
 #include <memory>
 #include <mutex>
@@ -43,14 +44,18 @@ struct RacingFile {
     State state = racing;
 };
 
-using RaceGroup = std::deque<std::unique_ptr<RacingFile>>;
+using RaceGroup = std::vector<std::unique_ptr<RacingFile>>;
+
+// The files of one size, as the size tree chains them.
+using SizeGroup = std::vector<File*>;
 
 // The records of one digest node, taken out of a stage's racing list in chain order, to race on as
 // a group of their own. Files and packages race alike.
 template <class T>
-std::deque<std::unique_ptr<T>> takeRacing(std::deque<std::unique_ptr<T>>& racing,
-                                          const std::deque<T*>& members) {
-    std::deque<std::unique_ptr<T>> group;
+std::vector<std::unique_ptr<T>> takeRacing(std::vector<std::unique_ptr<T>>& racing,
+                                           const std::vector<T*>& members) {
+    std::vector<std::unique_ptr<T>> group;
+    group.reserve(members.size());
     for (T* member : members) {
         auto owned = std::find_if(racing.begin(), racing.end(),
                                   [&](const auto& held) { return held.get() == member; });
@@ -76,8 +81,9 @@ using StagesBegun = std::function<void(unsigned long count, const File& latest)>
 
 class SizeGroupRace {
 public:
-    // `groups` in the order the size tree is walked; the last is raced first.
-    SizeGroupRace(std::deque<RaceGroup> groups, const std::atomic<bool>& stopped);
+    // `groups` in the order the size tree is walked; the last is raced first. A group's racing
+    // records are made when its race begins, so that only the groups racing hold them.
+    SizeGroupRace(std::vector<const SizeGroup*> groups, const std::atomic<bool>& stopped);
 
     // Races every group on up to `threads` threads, the calling one included, and hands each
     // outcome to `deliver` and the stages as they begin to `begun`, both on the calling thread.
@@ -123,7 +129,7 @@ private:
     void tellStagesBegun();
     bool isCaller() const { return std::this_thread::get_id() == caller_; }
 
-    std::deque<RaceGroup> groups_;
+    std::vector<const SizeGroup*> groups_;
     const std::atomic<bool>& stopped_;
     std::mutex lock_;
     std::condition_variable changed_;

@@ -23,9 +23,9 @@ DFFGroups convertResult(const dff::Groups& groups) {
         for (const dff::File* entry : group) {
             if (!entry)
                 continue;
-            DFFFile file{URL::fileURL(entry->path.str()), entry->size, std::nullopt};
-            if (const auto* photo = dynamic_cast<const dff::Photo*>(entry))
-                file.photoID = photo->id;
+            DFFFile file{URL::fileURL(entry->path().str()), entry->size, std::nullopt};
+            if (entry->kind == dff::File::Kind::photo)
+                file.photoID = static_cast<const dff::Photo*>(entry)->id;
             files.push_back(std::move(file));
         }
     }

@@ -82,6 +82,32 @@ TEST_F(DupesCommandTest, ExcludedEndingsIgnoreCaseButNeverTakeAWholeName) {
     EXPECT_EQ(members, (std::set<std::string>{tree.at("in/f"), tree.at("in/g")}));
 }
 
+// The JSON report is written as it goes, yet reads as one document in the layout of every other
+// report, names that are no UTF-8 nested as objects within it.
+TEST_F(DupesCommandTest, TheJsonReportIsOneDocumentInTheUsualLayout) {
+    auto report = [&] {
+        return core::taskSyncRunner(TIDEWELL_PATH, {"--json", "dupes", "--quiet", tree.path()});
+    };
+    write("a/only", "no twin, so that the folders differ");
+    auto empty = report();
+    EXPECT_EQ(empty, nlohmann::json::parse(empty).dump(2) + "\n");
+    for (const auto* folder : {"a/", "b/"}) {
+        write(std::string(folder) + "one", "the first content");
+        write(std::string(folder) + "two\xff", "the second content");
+    }
+    auto out = report();
+    auto json = nlohmann::json::parse(out);
+    EXPECT_EQ(out, json.dump(2) + "\n");
+    ASSERT_EQ(json["duplicates"].size(), 2u);
+    std::set<std::string> encoded;
+    for (const auto& group : json["duplicates"])
+        for (const auto& member : group)
+            if (member["path"].is_object())
+                encoded.insert(member["path"]["base64"].get<std::string>());
+    EXPECT_EQ(encoded.size(), 2u);
+    EXPECT_TRUE(json["similar"].empty());
+}
+
 TEST_F(DupesCommandTest, FilesBelowThePathLimitAreFound) {
     dff::testing::DeepFolder deep(tree.path(), PATH_MAX / 200 + 2);
     deep.write("one", std::string(7000, 'q'));

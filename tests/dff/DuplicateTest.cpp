@@ -39,7 +39,7 @@ TEST(Duplicate, ChainsValuesOfOneKeyInOrder) {
     tree.add(7, 3);
     auto node = tree.begin();
     ASSERT_FALSE(node.done());
-    EXPECT_EQ(node->values, (std::deque<int>{1, 2, 3}));
+    EXPECT_EQ(node->values, (std::vector<int>{1, 2, 3}));
     ++node;
     EXPECT_TRUE(node.done());
     EXPECT_TRUE(Tree().begin().done());
@@ -82,6 +82,34 @@ TEST(Entries, TypeIdsPathsAndDigestOrder) {
     EXPECT_EQ((Path("/") / "x").str(), "//x");
     EXPECT_TRUE((HashValue{1, 0x8000000000000000ULL}) > (HashValue{1, 1}));
     EXPECT_TRUE((HashValue{0, 9}) < (HashValue{1, 0}));
+
+    // A photo names a file deeper in its library; an entry without a parent is a root.
+    EXPECT_EQ(photo.path().str(), "/a/p.jpg");
+    EXPECT_EQ(library.path().str(), "/a/p.photoslibrary");
+    EXPECT_EQ(package.path().str(), "/a/p.app");
+}
+
+// Entries below a folder keep their name only; the path is built through the parents, so that a
+// root of "/" still gives the two slashes a plain join gives.
+TEST(Entries, PathsAreBuiltFromNamesThroughTheParents) {
+    Directory top("/", nullptr);
+    auto* folder = new Directory("//data", &top);
+    top.entries.emplace_back(folder);
+    auto* inner = new Directory("//data/inner", folder);
+    folder->entries.emplace_back(inner);
+    auto* file = new File("//data/inner/report.txt", 7, inner);
+    inner->entries.emplace_back(file);
+    inner->entries.emplace_back(new Symlink("//data/inner/link", 3, inner));
+    inner->entries.emplace_back(new Package("//data/inner/tool.app", inner));
+    EXPECT_EQ(file->name(), "report.txt");
+    EXPECT_EQ(file->path().str(), "//data/inner/report.txt");
+    EXPECT_EQ(inner->path().str(), "//data/inner");
+    EXPECT_EQ(top.path().str(), "/");
+    std::vector<std::string> kinds;
+    for (const auto& entry : inner->entries)
+        kinds.push_back(entry->path().str() + " " + std::to_string(fileTypeId(entry.get())));
+    EXPECT_EQ(kinds, (std::vector<std::string>{"//data/inner/report.txt 0", "//data/inner/link 2",
+                                               "//data/inner/tool.app 3"}));
 }
 
 } // namespace

@@ -47,8 +47,9 @@ protected:
             auto& members = groups.emplace_back();
             auto& inOrder = ordered.emplace_back();
             for (const File* file : group) {
-                inOrder.push_back(
-                    file->path.str() == tree.path() ? "." : file->path.str().substr(tree.path().size() + 1));
+                inOrder.push_back(file->path().str() == tree.path()
+                                      ? "."
+                                      : file->path().str().substr(tree.path().size() + 1));
                 members.insert(inOrder.back());
             }
         }
@@ -235,7 +236,7 @@ TEST_F(FinderTest, AFileThatShrinksAfterTheWalkHasNoTwin) {
     ASSERT_EQ(duplicates.size(), 1u);
     std::set<std::string> members;
     for (const File* file : duplicates[0])
-        members.insert(file->path.str());
+        members.insert(file->path().str());
     EXPECT_EQ(members, (std::set<std::string>{tree.at("a"), tree.at("b")}));
 }
 

@@ -81,12 +81,12 @@ TEST(LinkText, OneDigestForTheScanAndThePackages) {
     HashValue scanned;
     ASSERT_TRUE(hashSymlink(link, scanned));
     MD5 fed;
-    ASSERT_TRUE(digestLinkText(link.path, 6, fed));
+    ASSERT_TRUE(digestLinkText(link.path(), 6, fed));
     HashValue digested;
     fed.hashValue(digested);
     EXPECT_EQ(scanned, digested);
     // A text of another length than the walk saw is no text to compare.
-    EXPECT_FALSE(digestLinkText(link.path, 5, fed));
+    EXPECT_FALSE(digestLinkText(link.path(), 5, fed));
     EXPECT_FALSE(digestLinkText(tree.at("nowhere"), 6, fed));
 }
 

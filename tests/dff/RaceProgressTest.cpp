@@ -49,7 +49,7 @@ TEST_P(RaceProgressTest, ProgressStepsAtEveryStageOfEveryFileWhileTheRaceGoesOn)
     ASSERT_EQ(duplicates.size(), 1u);
     std::set<std::string> members;
     for (const File* file : duplicates.front())
-        members.insert(file->path.str());
+        members.insert(file->path().str());
     EXPECT_EQ(members, (std::set<std::string>{tree.at("big/a"), tree.at("big/b")}));
 
     // One step for the single file, three for each twin, two for each near miss.
@@ -92,28 +92,24 @@ struct RaceLog {
 TEST_P(RaceProgressTest, EveryStageIsToldWithItsFileBeforeTheOutcomesItLedTo) {
     writeTwins();
     File a(tree.at("big/a"), threeStages, nullptr), b(tree.at("big/b"), threeStages, nullptr);
-    RaceGroup twins;
-    twins.push_back(std::make_unique<RacingFile>(&a));
-    twins.push_back(std::make_unique<RacingFile>(&b));
-    std::deque<RaceGroup> groups;
-    groups.push_back(std::move(twins));
+    SizeGroup twins = {&a, &b};
     std::atomic<bool> stopped{false};
 
     RaceLog log;
-    SizeGroupRace(std::move(groups), stopped)
+    SizeGroupRace({&twins}, stopped)
         .run(
             GetParam(), [&](const RaceOutcome& outcome) { log.outcomes.push_back(outcome.kind); },
             [&](unsigned long count, const File& latest) {
                 log.stages += count;
                 if (log.outcomes.empty())
                     log.stagesBefore += count;
-                log.latest.insert(latest.path.str());
+                log.latest.insert(latest.path().str());
             });
     EXPECT_EQ(log.stages, 6u);
     EXPECT_EQ(log.stagesBefore, 6u);
     EXPECT_TRUE(log.latest.count(tree.at("big/b")));
     for (const auto& path : log.latest)
-        EXPECT_TRUE(path == a.path.str() || path == b.path.str()) << path;
+        EXPECT_TRUE(path == a.path().str() || path == b.path().str()) << path;
     EXPECT_EQ(log.outcomes, (std::vector<RaceOutcome::Kind>{RaceOutcome::finished, RaceOutcome::finished}));
     EXPECT_EQ(a.hash, b.hash);
 }

@@ -8,6 +8,11 @@
 #include <filesystem>
 #include <iostream>
 
+// The library leaves the layout of the standard containers to the program that uses it.
+#ifdef _GLIBCXX_DEQUE_BUF_SIZE
+#error "the installed package changes the layout of std::deque"
+#endif
+
 namespace {
 
 bool readsInstalledRules(const std::filesystem::path& installedResources) {
