@@ -26,9 +26,9 @@ bool convertDictionary(plist_t node, int depth, PlistValue& converted);
 bool convert(plist_t node, int depth, PlistValue& converted) {
     switch (plist_get_node_type(node)) {
     case PLIST_STRING: {
-        char* text = nullptr;
-        plist_get_string_val(node, &text);
-        converted.value = takeString(text);
+        std::uint64_t length = 0;
+        const char* text = plist_get_string_ptr(node, &length);
+        converted.value = text ? std::string(text, length) : std::string();
         return true;
     }
     case PLIST_UINT: {
@@ -153,17 +153,20 @@ std::optional<bool> stringHoldsNul(const std::string& bytes, std::uint64_t at) {
 }
 
 // A binary list is read only when every string object in its offset table is free of NULs and the
-// table itself is whole; XML lists cannot spell a NUL.
-bool binaryStringsAreSafe(const std::string& bytes) {
+// table itself is whole. XML has no NUL character at all, so an XML list holding one is refused
+// whole.
+bool stringsAreSafe(const std::string& bytes) {
     constexpr std::uint64_t trailerSize = 32;
-    if (bytes.rfind("bplist00", 0) != 0 || bytes.size() < 8 + trailerSize)
+    if (bytes.rfind("bplist00", 0) != 0)
+        return bytes.find('\0') == std::string::npos;
+    if (bytes.size() < 8 + trailerSize)
         return true;
     std::uint64_t trailer = bytes.size() - trailerSize;
     auto offsetWidth = bigEndian(bytes, trailer + 6, 1);
     auto objects = bigEndian(bytes, trailer + 8, 8);
     auto table = bigEndian(bytes, trailer + 24, 8);
-    if (!offsetWidth || !objects || !table || *offsetWidth == 0 || *offsetWidth > 8 || *table > bytes.size() ||
-        *objects > bytes.size() / *offsetWidth)
+    if (!offsetWidth || !objects || !table || *offsetWidth == 0 || *offsetWidth > 8 ||
+        *table > bytes.size() || *objects > bytes.size() / *offsetWidth)
         return false;
     for (std::uint64_t i = 0; i < *objects; ++i) {
         auto offset = bigEndian(bytes, *table + i * *offsetWidth, *offsetWidth);
@@ -179,7 +182,7 @@ std::optional<PlistValue> parse(const std::string& bytes, PlistProblem& problem)
         problem = PlistProblem::tooLarge;
         return std::nullopt;
     }
-    if (!binaryStringsAreSafe(bytes)) {
+    if (!stringsAreSafe(bytes)) {
         problem = PlistProblem::malformed;
         return std::nullopt;
     }

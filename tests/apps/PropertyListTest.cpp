@@ -135,6 +135,14 @@ TEST(PropertyListStrings, ANulInAKeyOrAStringOfABinaryListIsRefused) {
     }
 }
 
+TEST(PropertyListStrings, AnXmlListHoldingANulIsRefused) {
+    std::string list = "<?xml version=\"1.0\"?><plist version=\"1.0\"><dict><key>k</key><string>a";
+    list += std::string(1, '\0') + "b</string></dict></plist>";
+    PlistProblem problem = PlistProblem::none;
+    EXPECT_FALSE(parsePropertyList(list, &problem));
+    EXPECT_EQ(problem, PlistProblem::malformed);
+}
+
 TEST(PropertyListStrings, ABinaryListWhoseOffsetTableLiesIsRefused) {
     auto list = binaryListOfOneEntry("ab", "xy");
     list[list.size() - 1] = static_cast<char>(0xF0);
