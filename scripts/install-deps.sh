@@ -10,6 +10,8 @@ packages=(
   libboost-dev libsqlite3-dev libyaml-cpp-dev libssl-dev libicu-dev
   libplist-dev libexpat1-dev libvips-dev libmagic-dev
   publicsuffix nlohmann-json3-dev libcli11-dev libgtest-dev libgmock-dev libbenchmark-dev
+  # the desktop's trash tools, which read back what the trash tests wrote; also a benchmark's peer
+  trash-cli
   # the peer tools the benchmarks run beside tidewell
   jdupes fdupes rmlint time
 )
