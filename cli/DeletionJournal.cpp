@@ -31,16 +31,18 @@ std::string DeletionJournal::defaultPath() {
 
 void DeletionJournal::append(const std::string& route, const std::string& path, std::int64_t size,
                              const std::string& result) {
-    std::error_code ignored;
-    std::filesystem::create_directories(std::filesystem::path(path_).parent_path(), ignored);
-    std::ofstream out(path_, std::ios::app);
-    out << nlohmann::json{{"time", utcNow()},
-                          {"route", route},
-                          {"path", jsonBytes(path)},
-                          {"size", size},
-                          {"result", result}}
-               .dump()
-        << '\n';
+    if (!out_) {
+        std::error_code ignored;
+        std::filesystem::create_directories(std::filesystem::path(path_).parent_path(), ignored);
+        out_ = std::make_shared<std::ofstream>(path_, std::ios::app);
+    }
+    *out_ << nlohmann::json{{"time", utcNow()},
+                            {"route", route},
+                            {"path", jsonBytes(path)},
+                            {"size", size},
+                            {"result", result}}
+                 .dump()
+          << std::endl;
 }
 
 std::vector<nlohmann::json> DeletionJournal::last(std::size_t count) const {

@@ -6,6 +6,8 @@
 #include <nlohmann/json.hpp>
 
 #include <cstdint>
+#include <fstream>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -25,6 +27,9 @@ public:
 
 private:
     std::string path_;
+    // Opened at the first entry and kept for the others: a deletion of thousands of items writes a
+    // line each.
+    std::shared_ptr<std::ofstream> out_;
 };
 
 } // namespace tidewell
