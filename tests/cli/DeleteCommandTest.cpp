@@ -18,10 +18,6 @@ using namespace core::testing;
 
 namespace {
 
-bool exists(const std::string& path) {
-    return std::filesystem::exists(std::filesystem::symlink_status(path));
-}
-
 class DeleteCommandTest : public ::testing::Test {
 protected:
     void SetUp() override {
@@ -45,11 +41,11 @@ TEST_F(DeleteCommandTest, RefusesTheRootTheHomeAndWhatHoldsThemWithNothingDelete
     auto keep = tree.file("home/keep", 10);
     for (const std::string& path : {std::string("/"), home, tree.path(), home + "/..", home + "/"}) {
         EXPECT_EQ(deleting("--yes --permanent " + shellQuoted(path)).exitCode, 2) << path;
-        EXPECT_TRUE(exists(keep)) << path;
+        EXPECT_TRUE(entryExists(keep)) << path;
     }
     ::symlink(home.c_str(), tree.at("linkToHome").c_str());
     EXPECT_EQ(deleting("--yes --permanent " + shellQuoted(tree.at("linkToHome") + "/.")).exitCode, 2);
-    EXPECT_TRUE(exists(keep));
+    EXPECT_TRUE(entryExists(keep));
 }
 
 TEST_F(DeleteCommandTest, WithoutATerminalItAsksForYes) {
@@ -57,7 +53,7 @@ TEST_F(DeleteCommandTest, WithoutATerminalItAsksForYes) {
     auto errors = tree.at("errors");
     EXPECT_EQ(deleting(shellQuoted(file), errors).exitCode, 2);
     EXPECT_NE(slurp(errors).find("--yes"), std::string::npos);
-    EXPECT_TRUE(exists(file));
+    EXPECT_TRUE(entryExists(file));
 }
 
 TEST_F(DeleteCommandTest, ADryRunChangesNothing) {
@@ -65,7 +61,7 @@ TEST_F(DeleteCommandTest, ADryRunChangesNothing) {
     auto run = deleting("--dry-run --permanent " + shellQuoted(file));
     EXPECT_EQ(run.exitCode, 0);
     EXPECT_NE(run.out.find(file), std::string::npos);
-    EXPECT_TRUE(exists(file));
+    EXPECT_TRUE(entryExists(file));
     EXPECT_TRUE(journal().empty());
 }
 
@@ -76,7 +72,7 @@ TEST_F(DeleteCommandTest, ByDefaultItemsGoToTheTrashAndTheJournalSaysSo) {
     auto result = nlohmann::json::parse(run.out);
     EXPECT_EQ(result["results"][0]["deleted"], true);
     EXPECT_EQ(result["freed"], 10);
-    EXPECT_TRUE(exists(home + "/.local/share/Trash/files/report.txt"));
+    EXPECT_TRUE(entryExists(home + "/.local/share/Trash/files/report.txt"));
     auto entry = nlohmann::json::parse(journal());
     EXPECT_EQ(entry["route"], "trash");
     EXPECT_EQ(entry["path"], file);
@@ -95,8 +91,8 @@ TEST_F(DeleteCommandTest, AFindersResultIsDeletedByteExact) {
     std::ofstream(result) << large.out;
     auto run = deleting("--yes --permanent --from " + shellQuoted(result));
     EXPECT_EQ(run.exitCode, 0) << run.out;
-    EXPECT_FALSE(exists(odd));
-    EXPECT_FALSE(exists(neighbour));
+    EXPECT_FALSE(entryExists(odd));
+    EXPECT_FALSE(entryExists(neighbour));
     EXPECT_EQ(
         tidewell::bytesFromJson(nlohmann::json::parse(journal().substr(0, journal().find('\n')))["path"])
             .value_or(""),
@@ -117,9 +113,9 @@ TEST_F(DeleteCommandTest, OfEachGroupOfDuplicatesOneCopyStays) {
               0);
     int left = 0;
     for (const char* copy : {"dupes/a/one", "dupes/b/one", "dupes/c/one"})
-        left += exists(tree.at(copy));
+        left += entryExists(tree.at(copy));
     EXPECT_EQ(left, 1);
-    EXPECT_TRUE(exists(first));
+    EXPECT_TRUE(entryExists(first));
 }
 
 TEST_F(DeleteCommandTest, AListedPathThatIsALinkNowIsSkipped) {
@@ -130,15 +126,15 @@ TEST_F(DeleteCommandTest, AListedPathThatIsALinkNowIsSkipped) {
     ::symlink(tree.at("precious").c_str(), listed.c_str());
     auto run = deleting("--yes --permanent --from " + shellQuoted(result));
     EXPECT_NE(run.out.find("skipped"), std::string::npos);
-    EXPECT_TRUE(exists(listed));
-    EXPECT_TRUE(exists(precious));
+    EXPECT_TRUE(entryExists(listed));
+    EXPECT_TRUE(entryExists(precious));
 }
 
 TEST_F(DeleteCommandTest, AFolderShreddedGoesWholeAndAFailureNamesItsError) {
     tree.file("work/folder/a", 5000);
     auto run = deleting("--yes --shred " + shellQuoted(tree.at("work/folder")) + " /proc/version");
     EXPECT_EQ(run.exitCode, 1);
-    EXPECT_FALSE(exists(tree.at("work/folder")));
+    EXPECT_FALSE(entryExists(tree.at("work/folder")));
     EXPECT_NE(run.out.find("failed  /proc/version"), std::string::npos);
 }
 

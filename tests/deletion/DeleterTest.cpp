@@ -10,14 +10,11 @@
 #include <filesystem>
 
 using namespace core;
+using core::testing::entryExists;
 using core::testing::ScopedRecordingAnalytics;
 using core::testing::TempTree;
 
 namespace {
-
-bool exists(const std::string& path) {
-    return std::filesystem::exists(std::filesystem::symlink_status(path));
-}
 
 // Everything a deletion tells its host, in order.
 struct Recorder : DeleterDelegate {
@@ -87,7 +84,7 @@ TEST(Deleter, StopBeforeStartCompletesOnceAndNothingRuns) {
     deletion.deleter->start();
     DispatchQueue::runFor(Seconds(0.1));
     EXPECT_EQ(deletion.recorder->calls, (std::vector<std::string>{"completed"}));
-    EXPECT_TRUE(exists(file));
+    EXPECT_TRUE(entryExists(file));
 }
 
 TEST(Deleter, DeletesFromTheLastPathToTheFirstAndCountsEach) {
@@ -101,8 +98,8 @@ TEST(Deleter, DeletesFromTheLastPathToTheFirstAndCountsEach) {
               (std::vector<std::string>{"deleted " + missing, "deleted " + tree.at("folder"), "deleted " + a,
                                         "completed"}));
     EXPECT_EQ(deletion.recorder->progress, (std::vector<double>{1.0 / 3, 2.0 / 3, 1.0}));
-    EXPECT_FALSE(exists(a));
-    EXPECT_FALSE(exists(b));
+    EXPECT_FALSE(entryExists(a));
+    EXPECT_FALSE(entryExists(b));
 }
 
 // The kernel's own files refuse removal even to root: the refusal goes to the helper, and without
@@ -140,7 +137,7 @@ TEST(Deleter, ToTheTrashTheItemCanBeFoundThere) {
     deletion.deleter->isMoveToTrash = true;
     deletion.run();
     EXPECT_EQ(deletion.recorder->calls.front(), "deleted " + file);
-    EXPECT_TRUE(exists(tree.at("home/.local/share/Trash/files/a.txt")));
+    EXPECT_TRUE(entryExists(tree.at("home/.local/share/Trash/files/a.txt")));
 }
 
 TEST(Deleter, PurgeableSpaceAloneIsCleanedAndCounted) {

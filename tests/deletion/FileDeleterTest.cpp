@@ -14,13 +14,10 @@
 #include <unistd.h>
 
 using namespace core;
+using core::testing::entryExists;
 using core::testing::TempTree;
 
 namespace {
-
-bool exists(const std::string& path) {
-    return std::filesystem::exists(std::filesystem::symlink_status(path));
-}
 
 // The reports of a file deleter, which come on its own queue.
 struct Reports : TWFileDeleterDelegate {
@@ -105,11 +102,11 @@ TEST(FileDeleter, APauseInsideAFolderLeavesItForTheNextStart) {
         EXPECT_EQ(deletion.reports->completions, 0);
     }
     EXPECT_TRUE(paused);
-    EXPECT_TRUE(exists(tree.at("top")));
+    EXPECT_TRUE(entryExists(tree.at("top")));
     deletion.deleter->start();
     ASSERT_TRUE(deletion.reports->waitForCompletion());
     EXPECT_EQ(deletion.reports->deleted, (std::vector<std::pair<std::string, int>>{{tree.at("top"), 0}}));
-    EXPECT_FALSE(exists(tree.at("top")));
+    EXPECT_FALSE(entryExists(tree.at("top")));
 }
 
 TEST(FileDeleter, AStopWhilePausedCompletesAndTouchesNothingMore) {
@@ -122,7 +119,7 @@ TEST(FileDeleter, AStopWhilePausedCompletesAndTouchesNothingMore) {
     std::this_thread::sleep_for(std::chrono::milliseconds(200));
     deletion.deleter->stop();
     ASSERT_TRUE(deletion.reports->waitForCompletion());
-    EXPECT_TRUE(exists(first));
+    EXPECT_TRUE(entryExists(first));
     EXPECT_EQ(deletion.reports->completions, 1);
 }
 
@@ -141,7 +138,7 @@ TEST(FileDeleter, AFolderSwappedForALinkDuringTheWalkFailsAndItsTargetSurvives) 
     ASSERT_TRUE(deletion.reports->waitForCompletion());
     ASSERT_EQ(deletion.reports->deleted.size(), 1u);
     EXPECT_NE(deletion.reports->deleted[0].second, 0);
-    EXPECT_TRUE(exists(precious));
+    EXPECT_TRUE(entryExists(precious));
 }
 
 TEST(FileDeleter, LinksInsideAFolderGoButTheirTargetsStay) {
@@ -153,8 +150,8 @@ TEST(FileDeleter, LinksInsideAFolderGoButTheirTargetsStay) {
     FileDeletion deletion({tree.at("top")});
     deletion.deleter->start();
     ASSERT_TRUE(deletion.reports->waitForCompletion());
-    EXPECT_FALSE(exists(tree.at("top")));
-    EXPECT_TRUE(exists(outside));
+    EXPECT_FALSE(entryExists(tree.at("top")));
+    EXPECT_TRUE(entryExists(outside));
 }
 
 TEST(FileDeleter, AnImmutableFileIsUnlockedThenRemoved) {
@@ -166,7 +163,7 @@ TEST(FileDeleter, AnImmutableFileIsUnlockedThenRemoved) {
     deletion.deleter->start();
     ASSERT_TRUE(deletion.reports->waitForCompletion());
     EXPECT_EQ(deletion.reports->deleted, (std::vector<std::pair<std::string, int>>{{file, 0}}));
-    EXPECT_FALSE(exists(file));
+    EXPECT_FALSE(entryExists(file));
 }
 
 TEST(FileDeleter, AnImmutableFileInsideAFolderIsUnlockedThenRemoved) {
@@ -178,7 +175,7 @@ TEST(FileDeleter, AnImmutableFileInsideAFolderIsUnlockedThenRemoved) {
     deletion.deleter->start();
     ASSERT_TRUE(deletion.reports->waitForCompletion());
     EXPECT_EQ(deletion.reports->deleted, (std::vector<std::pair<std::string, int>>{{tree.at("top"), 0}}));
-    EXPECT_FALSE(exists(tree.at("top")));
+    EXPECT_FALSE(entryExists(tree.at("top")));
 }
 
 TEST(FileDeleter, ShreddingLeavesApplicationBundlesToTheRemoverUnshredded) {
@@ -193,7 +190,7 @@ TEST(FileDeleter, ShreddingLeavesApplicationBundlesToTheRemoverUnshredded) {
     deletion.deleter->isShredder = true;
     deletion.deleter->start();
     ASSERT_TRUE(deletion.reports->waitForCompletion());
-    EXPECT_FALSE(exists(tree.at("top")));
+    EXPECT_FALSE(entryExists(tree.at("top")));
     EXPECT_EQ(remover.calls(), "-rf --one-file-system -- " + tree.at("top/Tool.app") + "\n");
     std::string seen(5000, '\0');
     ASSERT_EQ(::pread(bundleFile, seen.data(), seen.size(), 0), 5000);
@@ -211,9 +208,9 @@ TEST(FileDeleter, ScriptsRunAfterThePaths) {
     deletion.deleter->start();
     ASSERT_TRUE(deletion.reports->waitForCompletion());
     EXPECT_EQ(deletion.reports->scripts, 1);
-    for (int wait = 0; wait < 100 && !exists(marker); ++wait)
+    for (int wait = 0; wait < 100 && !entryExists(marker); ++wait)
         std::this_thread::sleep_for(std::chrono::milliseconds(20));
-    EXPECT_TRUE(exists(marker));
+    EXPECT_TRUE(entryExists(marker));
 }
 
 } // namespace

@@ -8,6 +8,7 @@
 #include <unistd.h>
 
 using namespace core;
+using core::testing::entryExists;
 using core::testing::TempTree;
 using Event = DeletionWalk::Event;
 
@@ -30,10 +31,6 @@ Outcome removeAll(DeletionWalk& walk) {
     return outcome;
 }
 
-bool exists(const std::string& path) {
-    return std::filesystem::exists(std::filesystem::symlink_status(path));
-}
-
 TEST(DeletionWalk, RemovesATreeContentsFirstAndTheTopLast) {
     TempTree tree;
     tree.file("top/a", 10);
@@ -42,7 +39,7 @@ TEST(DeletionWalk, RemovesATreeContentsFirstAndTheTopLast) {
     DeletionWalk walk(tree.at("top"));
     auto outcome = removeAll(walk);
     EXPECT_TRUE(outcome.unreadable.empty());
-    EXPECT_FALSE(exists(tree.at("top")));
+    EXPECT_FALSE(entryExists(tree.at("top")));
     ASSERT_EQ(outcome.removed.size(), 6u);
     EXPECT_EQ(outcome.removed.back(), tree.at("top"));
     auto position = [&](const std::string& path) {
@@ -60,8 +57,8 @@ TEST(DeletionWalk, LinksAreRemovedNeverTheirTargets) {
     ::symlink(outside.c_str(), tree.at("top/toFile").c_str());
     DeletionWalk walk(tree.at("top"));
     removeAll(walk);
-    EXPECT_FALSE(exists(tree.at("top")));
-    EXPECT_TRUE(exists(outside));
+    EXPECT_FALSE(entryExists(tree.at("top")));
+    EXPECT_TRUE(entryExists(outside));
 }
 
 TEST(DeletionWalk, RefusesATopThatIsALinkOrNotAFolder) {
@@ -74,7 +71,7 @@ TEST(DeletionWalk, RefusesATopThatIsALinkOrNotAFolder) {
     EXPECT_EQ(DeletionWalk(tree.at("missing")).error(), ENOENT);
     DeletionWalk refused(tree.at("link"));
     EXPECT_FALSE(refused.next());
-    EXPECT_TRUE(exists(file));
+    EXPECT_TRUE(entryExists(file));
 }
 
 // A folder replaced by a link to somewhere else between being listed and being entered: the walk
@@ -93,8 +90,8 @@ TEST(DeletionWalk, AFolderSwappedForALinkWhileWalkingIsNotEntered) {
     auto outcome = removeAll(walk);
     ASSERT_EQ(outcome.unreadable.size(), 1u);
     EXPECT_EQ(outcome.unreadable[0].first, tree.at("top/inner"));
-    EXPECT_TRUE(exists(precious));
-    EXPECT_TRUE(exists(tree.at("moved/x")));
+    EXPECT_TRUE(entryExists(precious));
+    EXPECT_TRUE(entryExists(tree.at("moved/x")));
 }
 
 TEST(DeletionWalk, AFolderSwappedForAnotherFolderIsNotEntered) {
@@ -111,7 +108,7 @@ TEST(DeletionWalk, AFolderSwappedForAnotherFolderIsNotEntered) {
     auto outcome = removeAll(walk);
     ASSERT_EQ(outcome.unreadable.size(), 1u);
     EXPECT_EQ(outcome.unreadable[0].second, ELOOP);
-    EXPECT_TRUE(exists(tree.at("top/inner/y")));
+    EXPECT_TRUE(entryExists(tree.at("top/inner/y")));
 }
 
 TEST(DeletionWalk, ASkippedFolderIsNeitherEnteredNorFinished) {

@@ -1,5 +1,5 @@
-#include "Core/platform/ErrorNames.h"
 #include "Core/platform/FileStatus.h"
+#include "Core/platform/ErrorNames.h"
 #include "Core/platform/FolderReader.h"
 
 #include "tests/support/TempTree.h"

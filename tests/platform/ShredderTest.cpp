@@ -13,13 +13,10 @@
 #include <unistd.h>
 
 using namespace core;
+using core::testing::entryExists;
 using core::testing::TempTree;
 
 namespace {
-
-bool exists(const std::string& path) {
-    return std::filesystem::exists(std::filesystem::symlink_status(path));
-}
 
 std::string contentOf(const std::string& path) {
     std::ifstream in(path, std::ios::binary);
@@ -41,7 +38,7 @@ TEST(Shredder, OverwritesTheContentInPlaceBeforeRemoving) {
     int descriptor = ::open(file.c_str(), O_RDONLY);
     ASSERT_GE(descriptor, 0);
     ASSERT_EQ(shredPath(file), 0);
-    EXPECT_FALSE(exists(file));
+    EXPECT_FALSE(entryExists(file));
     std::string after = readThrough(descriptor, before.size());
     ::close(descriptor);
     EXPECT_EQ(after.size(), before.size());
@@ -54,7 +51,7 @@ TEST(Shredder, AFileWithAnotherHardLinkIsOnlyUnlinked) {
     ASSERT_EQ(::link(file.c_str(), tree.at("other-name").c_str()), 0);
     std::string before = contentOf(file);
     ASSERT_EQ(shredPath(file), 0);
-    EXPECT_FALSE(exists(file));
+    EXPECT_FALSE(entryExists(file));
     EXPECT_EQ(contentOf(tree.at("other-name")), before);
 }
 
@@ -68,7 +65,7 @@ TEST(Shredder, AFolderGoesWholeButLinksInsideAreNotWrittenThrough) {
     ::symlink(tree.at("outside").c_str(), tree.at("top/deep/folderLink").c_str());
     ::mkfifo(tree.at("top/fifo").c_str(), 0600);
     ASSERT_EQ(shredPath(tree.at("top")), 0);
-    EXPECT_FALSE(exists(tree.at("top")));
+    EXPECT_FALSE(entryExists(tree.at("top")));
     EXPECT_EQ(contentOf(outside), kept);
 }
 

@@ -10,14 +10,11 @@
 #include <unistd.h>
 
 using namespace core;
+using core::testing::entryExists;
 using core::testing::ScopedSystemPaths;
 using core::testing::TempTree;
 
 namespace {
-
-bool exists(const std::string& path) {
-    return std::filesystem::exists(std::filesystem::symlink_status(path));
-}
 
 std::string output(const std::string& command) {
     std::string text;
@@ -44,8 +41,8 @@ TEST(Trash, AFileGoesToTheHomeTrashWithItsOrigin) {
     HomeTrash home;
     auto item = home.tree.file("work/report.txt", 100);
     ASSERT_EQ(moveToTrash(item), 0);
-    EXPECT_FALSE(exists(item));
-    EXPECT_TRUE(exists(home.trash("files/report.txt")));
+    EXPECT_FALSE(entryExists(item));
+    EXPECT_TRUE(entryExists(home.trash("files/report.txt")));
     auto info = readFileContents(home.trash("info/report.txt.trashinfo"));
     ASSERT_TRUE(info);
     EXPECT_EQ(info->rfind("[Trash Info]\nPath=" + percentEncodedTrashPath(item) + "\nDeletionDate=", 0), 0u);
@@ -59,7 +56,7 @@ TEST(Trash, ATakenNameGetsTheNextFreeOne) {
     EXPECT_EQ(std::filesystem::file_size(home.trash("files/report.txt")), 1u);
     EXPECT_EQ(std::filesystem::file_size(home.trash("files/report.2.txt")), 2u);
     EXPECT_EQ(std::filesystem::file_size(home.trash("files/report.3.txt")), 3u);
-    EXPECT_TRUE(exists(home.trash("info/report.3.txt.trashinfo")));
+    EXPECT_TRUE(entryExists(home.trash("info/report.3.txt.trashinfo")));
 }
 
 TEST(Trash, ALinkIsTrashedNotItsTarget) {
@@ -70,7 +67,7 @@ TEST(Trash, ALinkIsTrashedNotItsTarget) {
     ::symlink(target.c_str(), link.c_str());
     ASSERT_EQ(moveToTrash(link), 0);
     EXPECT_TRUE(std::filesystem::is_symlink(home.trash("files/link")));
-    EXPECT_TRUE(exists(target));
+    EXPECT_TRUE(entryExists(target));
 }
 
 TEST(Trash, ATrashedFolderJoinsTheSizeCacheWhereItExists) {
@@ -120,7 +117,7 @@ TEST(Trash, TheDesktopsTrashToolsListAndRestoreWhatWeTrashed) {
     std::string environment = "env -u XDG_DATA_HOME HOME='" + home.tree.at("home") + "' ";
     EXPECT_NE(output(environment + "trash-list").find(item), std::string::npos);
     output("cd '" + home.tree.at("work") + "' && echo 0 | " + environment + "trash-restore");
-    EXPECT_TRUE(exists(item));
+    EXPECT_TRUE(entryExists(item));
     EXPECT_EQ(std::filesystem::file_size(item), 42u);
 }
 

@@ -10,6 +10,10 @@ namespace fs = std::filesystem;
 
 namespace core::testing {
 
+bool entryExists(const std::string& path) {
+    return fs::exists(fs::symlink_status(path));
+}
+
 TempTree::TempTree() {
     std::string pattern = (fs::temp_directory_path() / "core-test-XXXXXX").string();
     if (!::mkdtemp(pattern.data()))

@@ -28,6 +28,9 @@ private:
     std::string path_;
 };
 
+// Whether anything is at `path`, a dangling link included.
+bool entryExists(const std::string& path);
+
 // The bytes the file system allocated to one file, as folder sizes count them.
 std::int64_t allocatedBytes(const std::string& path);
 
