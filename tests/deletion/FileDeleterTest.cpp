@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <condition_variable>
 #include <fcntl.h>
 #include <filesystem>
@@ -87,7 +88,7 @@ TEST(FileDeleter, APauseInsideAFolderLeavesItForTheNextStart) {
     tree.file("top/a/x", 10);
     tree.file("top/b/y", 10);
     FileDeletion deletion({tree.at("top")});
-    bool paused = false;
+    std::atomic<bool> paused{false};
     deletion.deleter->setBeforeEnteringForTesting([&](const std::string& path) {
         if (!paused && path == tree.at("top/b")) {
             paused = true;
