@@ -13,7 +13,9 @@
 #include <fcntl.h>
 #include <filesystem>
 #include <fstream>
+#include <mutex>
 #include <optional>
+#include <set>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -34,12 +36,37 @@ int ensurePrivateFolder(const std::string& path) {
     return status->owner == currentUserID() ? 0 : EACCES;
 }
 
-int ensureFolders(const std::string& trash, std::initializer_list<const char*> inside) {
-    if (int error = ensurePrivateFolder(trash))
-        return error;
-    for (const char* name : inside)
-        if (int error = ensurePrivateFolder(trash + "/" + name))
+// Trash folders made or checked by this process: a deletion of thousands of items would otherwise
+// check the same three folders for each. One removed meanwhile is noticed when an item's info file
+// cannot be made in it, and is made again.
+struct PreparedTrashes {
+    std::mutex mutex;
+    std::set<std::string> folders;
+};
+
+PreparedTrashes& preparedTrashes() {
+    static auto* prepared = new PreparedTrashes();
+    return *prepared;
+}
+
+void forgetPrepared(const std::string& trash) {
+    std::lock_guard lock(preparedTrashes().mutex);
+    preparedTrashes().folders.erase(trash);
+}
+
+// Makes a trash folder with its "files" and "info" unless this process did already.
+int ensureFolders(const std::string& trash) {
+    auto& prepared = preparedTrashes();
+    {
+        std::lock_guard lock(prepared.mutex);
+        if (prepared.folders.count(trash))
+            return 0;
+    }
+    for (const std::string& folder : {trash, trash + "/files", trash + "/info"})
+        if (int error = ensurePrivateFolder(folder))
             return error;
+    std::lock_guard lock(prepared.mutex);
+    prepared.folders.insert(trash);
     return 0;
 }
 
@@ -59,9 +86,9 @@ std::optional<std::string> volumeTrash(const std::string& top) {
     std::string uid = std::to_string(currentUserID());
     auto shared = fileStatus(prefix + "/.Trash");
     if (shared && shared->isFolder() && (shared->mode & S_ISVTX) &&
-        ensureFolders(prefix + "/.Trash/" + uid, {"files", "info"}) == 0)
+        ensureFolders(prefix + "/.Trash/" + uid) == 0)
         return prefix + "/.Trash/" + uid;
-    if (ensureFolders(prefix + "/.Trash-" + uid, {"files", "info"}) == 0)
+    if (ensureFolders(prefix + "/.Trash-" + uid) == 0)
         return prefix + "/.Trash-" + uid;
     return std::nullopt;
 }
@@ -119,12 +146,21 @@ int moveWithoutReplacing(const std::string& from, const std::string& to) {
 int moveToFreedesktopTrash(const std::string& item, const std::string& trash, const std::string& infoPath,
                            bool isFolder) {
     std::string name = splitLastComponent(item).name;
+    bool remade = false;
     for (int n = 1; n < tooManyNames; ++n) {
         std::string candidate = n == 1 ? name : alternativeTrashName(name, n, false);
         std::string infoFile = trash + "/info/" + candidate + ".trashinfo";
         int descriptor = ::open(infoFile.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600);
         if (descriptor < 0 && errno == EEXIST)
             continue;
+        if (descriptor < 0 && errno == ENOENT && !remade) {
+            forgetPrepared(trash);
+            if (int error = ensureFolders(trash))
+                return error;
+            remade = true;
+            --n;
+            continue;
+        }
         if (descriptor < 0)
             return errno;
         bool written = writeAll(descriptor, "[Trash Info]\nPath=" + percentEncodedTrashPath(infoPath) +
@@ -209,7 +245,7 @@ int moveToTrash(const std::string& path) {
     if (homeVolume && homeVolume->device == item->device) {
         std::error_code ignored;
         std::filesystem::create_directories(dataHome, ignored);
-        if (int failed = ensureFolders(homeTrash, {"files", "info"}))
+        if (int failed = ensureFolders(homeTrash))
             return failed;
         return moveToFreedesktopTrash(absolute, homeTrash, absolute, item->isFolder());
     }

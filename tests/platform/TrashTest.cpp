@@ -84,6 +84,16 @@ TEST(Trash, ATrashedFolderJoinsTheSizeCacheWhereItExists) {
     EXPECT_NE(cache->find(" odd%20name\n"), std::string::npos);
 }
 
+// The trash folders are made once a process; one the user empties away meanwhile is made again.
+TEST(Trash, ATrashFolderRemovedBetweenItemsIsMadeAgain) {
+    HomeTrash home;
+    ASSERT_EQ(moveToTrash(home.tree.file("work/a", 1)), 0);
+    std::filesystem::remove_all(home.trash(""));
+    ASSERT_EQ(moveToTrash(home.tree.file("work/b", 1)), 0);
+    EXPECT_TRUE(entryExists(home.trash("files/b")));
+    EXPECT_TRUE(entryExists(home.trash("info/b.trashinfo")));
+}
+
 TEST(Trash, OddBytesInANameArePercentEncoded) {
     EXPECT_EQ(percentEncodedTrashPath("/a b/\n\xff%.txt"), "/a%20b/%0A%FF%25.txt");
     EXPECT_EQ(alternativeTrashName("a.tar.gz", 2, false), "a.tar.2.gz");
