@@ -1,7 +1,7 @@
 // tidewell junk: runs the junk scan as the application would and reports every category.
 #include "cli/Command.h"
-#include "cli/JsonBytes.h"
 #include "cli/CommandPaths.h"
+#include "cli/JsonBytes.h"
 #include "cli/JsonRecords.h"
 #include "cli/Resources.h"
 #include "cli/ScanCompletion.h"
@@ -194,7 +194,8 @@ public:
 
     int run(const GlobalOptions& options) override {
         auto config = parseOnly(only_);
-        requireApplicationResources();
+        if (config.wantsApplicationStage())
+            requireApplicationResources();
         UnreadableFolders unreadable;
         auto report = std::make_shared<JunkReport>(options.quiet);
         auto finder = core::JunkFileFinder::make();

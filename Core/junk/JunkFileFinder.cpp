@@ -27,10 +27,6 @@ const std::vector<int> junkScanParts = {1, 1, 1, 1, 11};
 
 constexpr int applicationStageUnits = 100;
 
-bool wantsApplicationStage(const JunkFileFinderConfig& config) {
-    return config.appCaches || config.appLogs || config.xcode || config.internetCaches;
-}
-
 } // namespace
 
 std::shared_ptr<JunkFileFinder> JunkFileFinder::make() {
@@ -157,7 +153,7 @@ void JunkFileFinder::runApplicationStage(const std::shared_ptr<Scan>& scan) {
     scan->progress->partTotal = applicationStageUnits;
     // A stopped scan wants no more finds: it ends here instead of starting the application stage
     // with a fresh context.
-    if (wantsApplicationStage(scan->config) && !scan->context->interrupted()) {
+    if (scan->config.wantsApplicationStage() && !scan->context->interrupted()) {
         const auto& config = scan->config;
         appJunkFinder_->start({config.appCaches, config.appLogs, config.xcode, config.internetCaches});
         return;

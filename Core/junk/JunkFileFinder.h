@@ -31,6 +31,10 @@ struct JunkFileFinderConfig {
     bool downloadsFiles;
     bool screenshotFiles;
     bool mailDownloadsFiles;
+
+    // Whether the scan runs the application stage, the only one that reads the rule document and
+    // the public suffix list.
+    bool wantsApplicationStage() const { return appCaches || appLogs || xcode || internetCaches; }
 };
 
 class JunkFileFinderDelegate {

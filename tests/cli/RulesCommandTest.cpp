@@ -159,7 +159,9 @@ TEST_F(RulesCommandTest, MissingResourcesStopTheCommandsBeforeAnyScan) {
     std::filesystem::remove(resources.at("app_group.yaml"));
     EXPECT_NE(refused("org com.example.app").find("app_group.yaml"), std::string::npos);
     std::filesystem::remove(resources.at("ruleInfo.txt"));
-    refused("junk --only systemCaches");
+    refused("junk --only appCaches");
+    // The system categories read no document: they still run.
+    EXPECT_EQ(runTidewell("junk --json --only systemCaches,systemLogs " + globals()).exitCode, 0);
 }
 
 TEST_F(RulesCommandTest, OrganisationsIgnoreTheCaseOfTheIdentifier) {
