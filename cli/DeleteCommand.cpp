@@ -46,25 +46,30 @@ public:
     void deleterPhotoFailed(bool, std::function<void(bool)> reply) override { reply(false); }
     void deleterCompleted() override { completion.mark(); }
 
-    ProgressLine progress;
-    ScanCompletion completion;
-    std::vector<std::pair<std::string, Outcome>> outcomes;
-
-private:
-    void record(const std::string& path, Outcome outcome) {
-        outcomes.emplace_back(path, outcome);
-        auto size = sizes_.find(path);
-        journal_.append(route_, path, size == sizes_.end() ? 0 : size->second, resultName(outcome));
-    }
-
-public:
     static std::string resultName(const Outcome& outcome) {
         if (outcome.deleted)
             return "deleted";
         return outcome.error ? core::errnoName(outcome.error) : "needs the helper";
     }
 
+    ProgressLine progress;
+    ScanCompletion completion;
+    std::vector<std::pair<std::string, Outcome>> outcomes;
+    bool purgeableSpaceCleaned = false;
+
 private:
+    void record(const std::string& path, Outcome outcome) {
+        auto size = sizes_.find(path);
+        // Only planned items are deleted ("/" is always refused): the one other report is the
+        // purgeable space the system was asked to give back, which it names "/".
+        if (size == sizes_.end()) {
+            purgeableSpaceCleaned = outcome.deleted;
+            return;
+        }
+        outcomes.emplace_back(path, outcome);
+        journal_.append(route_, path, size->second, resultName(outcome));
+    }
+
     DeletionJournal journal_;
     std::string route_;
     std::map<std::string, std::int64_t> sizes_;
@@ -221,8 +226,10 @@ private:
                           << (outcome.deleted ? "" : ": " + DeleteReport::resultName(outcome)) << '\n';
         }
         if (options.json) {
-            std::cout << nlohmann::json{{"results", results}, {"completed", true}, {"freed", freed}}.dump(2)
-                      << '\n';
+            nlohmann::json out{{"results", results}, {"completed", true}, {"freed", freed}};
+            if (report.purgeableSpaceCleaned)
+                out["purgeableSpaceCleaned"] = true;
+            std::cout << out.dump(2) << '\n';
         } else {
             std::cout << counted(static_cast<std::int64_t>(report.outcomes.size()) - failed, "item")
                       << " deleted, " << failed << " failed (" << helper
@@ -230,6 +237,8 @@ private:
                       << " freed\n";
             if (noTrash)
                 std::cout << "some items are on a volume without a usable trash: --permanent deletes them\n";
+            if (report.purgeableSpaceCleaned)
+                std::cout << "purgeable space given back\n";
         }
         return failed ? 1 : 0;
     }

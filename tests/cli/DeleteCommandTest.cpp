@@ -130,6 +130,21 @@ TEST_F(DeleteCommandTest, AListedPathThatIsALinkNowIsSkipped) {
     EXPECT_TRUE(entryExists(precious));
 }
 
+// Purgeable space is given back by the system, never deleted as a path: "/" is not touched and no
+// deletion of it is journaled.
+TEST_F(DeleteCommandTest, PurgeableSpaceOfAJunkResultIsGivenBackNotDeleted) {
+    auto keep = tree.file("home/work/keep", 10);
+    auto result = tree.at("junk.json");
+    std::ofstream(result) << nlohmann::json{{"purgeableSpace", {{{"path", "/"}, {"size", 0}}}},
+                                            {"trash", {{{"path", keep}, {"size", 10}}}}}
+                                 .dump();
+    auto run = deleting("--yes --from " + shellQuoted(result) + " --select purgeableSpace");
+    EXPECT_EQ(run.exitCode, 0) << run.out;
+    EXPECT_NE(run.out.find("purgeable space given back"), std::string::npos);
+    EXPECT_TRUE(entryExists(keep));
+    EXPECT_TRUE(journal().empty());
+}
+
 TEST_F(DeleteCommandTest, AFolderShreddedGoesWholeAndAFailureNamesItsError) {
     tree.file("work/folder/a", 5000);
     auto run = deleting("--yes --shred " + shellQuoted(tree.at("work/folder")) + " /proc/version");
