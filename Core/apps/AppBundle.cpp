@@ -133,8 +133,7 @@ void IOSAppUUIDMapper::clear() {
 std::shared_ptr<WrappedBundle> WrappedBundle::make(const URL& url,
                                                    const std::shared_ptr<IOSAppUUIDMapper>& uuidMapper) {
     std::string applications = SystemPaths::shared().resolve("/Applications") + "/";
-    auto info = fileStatus(url.path(), LinkHandling::follow);
-    if (url.path().rfind(applications, 0) != 0 || !info || !info->isFolder())
+    if (url.path().rfind(applications, 0) != 0 || !leadsToFolder(url.path()))
         return nullptr;
     auto wrapped = openBundle(url.path() + "/WrappedBundle");
     auto identifier = wrapped ? wrapped->bundleIdentifier() : std::nullopt;

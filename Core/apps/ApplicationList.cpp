@@ -58,8 +58,7 @@ void walkFolder(const std::string& folder, int depth, std::set<std::string>& fou
         if (entry.kind == FileKind::symbolicLink) {
             // An alias leads where the volume says, which the listing, reading the host, cannot tell.
             auto target = SystemPaths::shared().realPath(path);
-            auto status = target ? fileStatus(*target, LinkHandling::follow) : std::nullopt;
-            if (status && status->isFolder() && hasAppExtension(*target))
+            if (target && leadsToFolder(*target) && hasAppExtension(*target))
                 found.insert(*target);
         } else if (entry.isDirectory && hasAppExtension(path)) {
             found.insert(path);

@@ -1,5 +1,6 @@
 #include "Core/foundation/URL.h"
 
+#include "Core/platform/ConfinedPath.h"
 #include "Core/platform/Text.h"
 
 namespace core {
@@ -35,9 +36,7 @@ URL URL::deletingLastPathComponent() const {
 }
 
 bool isSameOrInside(const std::string& path, const std::string& ancestor) {
-    if (path.size() < ancestor.size() || path.compare(0, ancestor.size(), ancestor) != 0)
-        return false;
-    return path.size() == ancestor.size() || ancestor == "/" || path[ancestor.size()] == '/';
+    return isSameOrBelow(path, ancestor);
 }
 
 } // namespace core

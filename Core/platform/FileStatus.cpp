@@ -81,6 +81,11 @@ std::optional<FileStatus> fileStatusOfDescriptor(int descriptor, int* error) {
     return statusOrError(::fstat(descriptor, &info), info, error);
 }
 
+bool leadsToFolder(const std::string& path) {
+    auto status = fileStatus(path, LinkHandling::follow);
+    return status && status->isFolder();
+}
+
 int getFileInfo(const char* path, FileStatus* buffer) {
     struct stat info {};
     if (::lstat(path, &info) != 0)

@@ -54,6 +54,9 @@ enum class LinkHandling { keep, follow };
 std::optional<FileStatus> fileStatus(const std::string& path, LinkHandling links = LinkHandling::keep,
                                      int* error = nullptr);
 
+// Whether `path`, its links followed, is a folder.
+bool leadsToFolder(const std::string& path);
+
 // The status of the entry `name` of the open folder `folder` (a descriptor), links not followed.
 std::optional<FileStatus> fileStatusAt(int folder, const char* name, int* error = nullptr);
 

@@ -1,21 +1,15 @@
 #include "Core/platform/TrashDirectories.h"
 
 #include "Core/platform/CurrentProcess.h"
+#include "Core/platform/FileStatus.h"
 #include "Core/platform/MountedVolumes.h"
 #include "Core/platform/SystemPaths.h"
 
 #include <algorithm>
 #include <cstdlib>
-#include <sys/stat.h>
-#include <unistd.h>
 
 namespace core {
 namespace {
-
-bool isDirectory(const std::string& path) {
-    struct stat info {};
-    return ::stat(path.c_str(), &info) == 0 && S_ISDIR(info.st_mode);
-}
 
 // $XDG_DATA_HOME belongs to the real home folder; a home folder set for a scan has its own.
 std::string dataHome(const SystemPaths& paths) {
@@ -53,7 +47,7 @@ std::vector<std::string> trashDirectoriesIncludingICloud() {
     }
     std::vector<std::string> existing;
     for (auto& candidate : candidates)
-        if (isDirectory(candidate) &&
+        if (leadsToFolder(candidate) &&
             std::find(existing.begin(), existing.end(), candidate) == existing.end())
             existing.push_back(std::move(candidate));
     return existing;
